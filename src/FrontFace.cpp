@@ -1,0 +1,101 @@
+#include "FrontFace.h"
+
+#include "Geometry.h"
+#include "Node.h"
+#include "Scene.h"
+#include "Trimesh.h"
+
+#include <QMatrix4x4>
+
+namespace Quorvel
+{
+
+namespace
+{
+
+/// World-space area whose normals agree with either sense.
+struct Vote
+{
+    double clockwise = 0.0;
+    double counterClockwise = 0.0;
+};
+
+/// Maps the cross product of two object-space edges to the cross product of the world-space edges, but for a
+/// factor of -1 if the transform mirrors: the cofactor matrix of the upper 3x3.
+class AreaTransform
+{
+public:
+    explicit AreaTransform(const QMatrix4x4 &world)
+        : m_x(world.column(0).toVector3D())
+        , m_y(world.column(1).toVector3D())
+        , m_z(world.column(2).toVector3D())
+    {
+    }
+
+    QVector3D map(const QVector3D &area) const
+    {
+        return area.x() * QVector3D::crossProduct(m_y, m_z) + area.y() * QVector3D::crossProduct(m_z, m_x) +
+               area.z() * QVector3D::crossProduct(m_x, m_y);
+    }
+
+private:
+    QVector3D m_x;
+    QVector3D m_y;
+    QVector3D m_z;
+};
+
+void count(const Geometry &geometry, const Trimesh &group, const AreaTransform &toWorld, Vote *vote)
+{
+    const QVector<int> &corners = group.indices();
+    const QVector<int> &normalIndices = group.normalIndices();
+    const QVector<QVector3D> &positions = geometry.vertices();
+    const QVector<QVector3D> &normals = geometry.normals();
+    const int cornerCount = qMin(corners.size(), normalIndices.size()) / 3 * 3;
+    for (int i = 0; i < cornerCount; i += 3) {
+        const QVector3D origin = positions.at(corners[i]);
+        // Points at the eye that sees the corners run counter-clockwise; twice the triangle's area long.
+        const QVector3D area = QVector3D::crossProduct(positions.at(corners[i + 1]) - origin,
+                                                       positions.at(corners[i + 2]) - origin);
+        const QVector3D normal = normals.at(normalIndices[i]) + normals.at(normalIndices[i + 1]) +
+                                 normals.at(normalIndices[i + 2]);
+        const float lengths = area.length() * normal.length();
+        if (!(lengths > 0.0f))
+            continue;
+        const float agreement = QVector3D::dotProduct(area, normal) / lengths;
+        const double weight = double(toWorld.map(area).length() * qAbs(agreement));
+        (agreement > 0.0f ? vote->counterClockwise : vote->clockwise) += weight;
+    }
+}
+
+} // namespace
+
+FrontFace sceneFrontFace(const Scene &scene)
+{
+    Vote vote;
+    for (const Node *node : scene.nodes()) {
+        const Geometry *geometry = node->geometryModel();
+        if (!geometry)
+            continue;
+        const AreaTransform toWorld(node->worldTransform());
+        for (const Trimesh *group : geometry->trimeshes())
+            count(*geometry, *group, toWorld, &vote);
+    }
+    return vote.counterClockwise > 2.0 * vote.clockwise ? FrontFace::CounterClockwise : FrontFace::Clockwise;
+}
+
+bool isMirrored(const QMatrix4x4 &worldTransform)
+{
+    const QVector3D x = worldTransform.column(0).toVector3D();
+    const QVector3D y = worldTransform.column(1).toVector3D();
+    const QVector3D z = worldTransform.column(2).toVector3D();
+    return QVector3D::dotProduct(QVector3D::crossProduct(x, y), z) < 0.0f;
+}
+
+FrontFace nodeFrontFace(FrontFace ofScene, const QMatrix4x4 &worldTransform)
+{
+    if (!isMirrored(worldTransform))
+        return ofScene;
+    return ofScene == FrontFace::Clockwise ? FrontFace::CounterClockwise : FrontFace::Clockwise;
+}
+
+} // namespace Quorvel

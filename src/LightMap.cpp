@@ -1,0 +1,61 @@
+#include "LightMap.h"
+
+#include "GlErrors.h"
+#include "Gles2.h"
+
+#include <QGLFramebufferObject>
+#include <QGLWidget>
+#include <QImage>
+#include <QtDebug>
+
+namespace Quorvel
+{
+
+namespace
+{
+
+void setSampling(GLint filter)
+{
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, filter);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+}
+
+} // namespace
+
+LightMap::LightMap() = default;
+LightMap::LightMap(LightMap &&other) noexcept = default;
+LightMap &LightMap::operator=(LightMap &&other) noexcept = default;
+LightMap::~LightMap() = default;
+
+QString LightMap::fileName(const QString &scenePath)
+{
+    return scenePath + QStringLiteral(".png");
+}
+
+void LightMap::load(const QString &fileName)
+{
+    const QImage image = QGLWidget::convertToGLFormat(QImage(fileName));
+    if (image.isNull()) {
+        qWarning("The light map \"%s\" is not an image that can be read; the scene is lit by its lights",
+                 qPrintable(fileName));
+        return;
+    }
+    drainGlErrors();
+    m_texture = std::make_unique<QGLFramebufferObject>(image.size(), QGLFramebufferObject::NoAttachment,
+                                                       GLenum(GL_TEXTURE_2D), GLenum(GL_RGBA));
+    glBindTexture(GL_TEXTURE_2D, m_texture->texture());
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, image.width(), image.height(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 image.constBits());
+    setSampling(GL_NEAREST);
+    glBindTexture(GL_TEXTURE_2D, 0);
+}
+
+void LightMap::bind() const
+{
+    glBindTexture(GL_TEXTURE_2D, m_texture->texture());
+    setSampling(GL_LINEAR);
+}
+
+} // namespace Quorvel

@@ -1,0 +1,315 @@
+#include "ForwardPainter.h"
+#include "FrameSketch.h"
+#include "Geometry.h"
+#include "GlLane.h"
+#include "Light.h"
+#include "Material.h"
+#include "Node.h"
+#include "PainterState.h"
+#include "ShadingPrograms.h"
+
+#include <QtTest>
+
+#include <cmath>
+
+using namespace Quorvel;
+using namespace Quorvel::Test;
+
+namespace
+{
+
+constexpr int width = FrameSketch::size.width();
+constexpr int height = FrameSketch::size.height();
+const Quad &wall = FrameSketch::wall;
+
+} // namespace
+
+/// Each kind of light and surface against an independent computation of what it must look like.
+class TestLighting : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestLighting(OffscreenContext &context) : m_context(context) {}
+
+private slots:
+    void init() { forgetPrograms(); }
+    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
+    void ambientOnly();
+    void ambientLightsAdd();
+    void noLights();
+    void directional();
+    void directionalWithTarget();
+    void point();
+    void spotCone();
+    void spotWithoutFalloff();
+    void specular();
+    void interpolatedNormals();
+    void threeLights();
+    void moreThanThreeLights();
+    void multiplierIsNotUsed();
+    void directionalKeepsTheSlotsSpotFlag();
+    void farFromTheOrigin();
+    void lowQualityLightsPerVertex();
+    void unlinkedProgramFallsBack();
+
+private:
+    OffscreenContext &m_context;
+};
+
+void TestLighting::ambientOnly()
+{
+    FrameSketch sketch;
+    sketch.scene.light(Light::AmbientLight, QColor::fromRgbF(0.5, 0.25, 1.0));
+    Material *material = sketch.addMaterial({0.9f, 0.9f, 0.9f}, {0.8f, 0.6f, 0.4f});
+    sketch.addQuad(wall, material, {0.5f, 0.25f, 1.0f});
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::ambientLightsAdd()
+{
+    FrameSketch sketch;
+    sketch.scene.light(Light::AmbientLight, QColor::fromRgbF(0.5, 0.25, 0));
+    sketch.scene.light(Light::AmbientLight, QColor::fromRgbF(0.25, 0.25, 0.25));
+    Material *material = sketch.addMaterial({}, {0.8f, 0.6f, 0.4f});
+    sketch.addQuad(wall, material, {0.75f, 0.5f, 0.25f});
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::noLights()
+{
+    FrameSketch sketch;
+    Material *material = sketch.addMaterial({1, 1, 1}, {1, 0.5f, 0.25f});
+    sketch.addQuad(wall, material, {0.4f, 0.4f, 0.4f});
+    const QImage image = drawFrame(m_context, sketch.scene.scene());
+    QCOMPARE(image.pixelColor(width / 2, height / 2), QColor(102, 51, 26));
+    QCOMPARE(sketch.fault(image), QString());
+}
+
+void TestLighting::directional()
+{
+    FrameSketch sketch;
+    sketch.addLight(Light::DirectionalLight, {0.9f, 0.6f, 0.3f},
+                    translation(100, 0, 0) * rotation(-40, 1, 0, 0) * rotation(25, 0, 1, 0));
+    sketch.addQuad(wall, sketch.addMaterial({0.8f, 0.9f, 1.0f}));
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::directionalWithTarget()
+{
+    FrameSketch sketch;
+    Light *light = sketch.addLight(Light::DirectionalLight, {0.9f, 0.6f, 0.3f}, translation(3, 0, 0));
+    light->setTarget("aim");
+    sketch.scene.node("aim", translation(0, 0, -4));
+    sketch.expected.lights[0].direction = Reference::Vector(-0.6, 0, -0.8);
+    sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::point()
+{
+    FrameSketch sketch;
+    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
+    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::spotCone()
+{
+    FrameSketch sketch;
+    Light *light =
+        sketch.addLight(Light::SpotLight, {1, 1, 1}, translation(0.4f, 0, 0) * rotation(5, 0, 1, 0));
+    light->setHotspotBeam(16);
+    light->setFalloff(30);
+    sketch.expected.lights[0].hotspot = 16;
+    sketch.expected.lights[0].falloff = 30;
+    sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
+    const QImage image = drawFrame(m_context, sketch.scene.scene());
+    QCOMPARE(sketch.fault(image), QString());
+
+    int full = 0;
+    int penumbra = 0;
+    int dark = 0;
+    for (int x = 0; x < width; ++x) {
+        const int red = image.pixelColor(x, height / 2).red();
+        ++(red > 240 ? full : red > 0 ? penumbra : dark);
+    }
+    QVERIFY(full > 10 && penumbra > 10 && dark > 10);
+}
+
+void TestLighting::spotWithoutFalloff()
+{
+    FrameSketch sketch;
+    Light *light = sketch.addLight(Light::SpotLight, {1, 1, 1});
+    light->setHotspotBeam(30);
+    // It fades out over a tenth of its angle.
+    sketch.expected.lights[0].hotspot = 30;
+    sketch.expected.lights[0].falloff = 33;
+    sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
+    const Reference::Comparison comparison =
+        Reference::compare(sketch.expected, drawFrame(m_context, sketch.scene.scene()), 3);
+    QVERIFY2(comparison.differing == 0, qPrintable(describe(comparison)));
+}
+
+void TestLighting::specular()
+{
+    FrameSketch sketch;
+    sketch.addLight(Light::PointLight, {0.9f, 0.9f, 0.9f}, translation(1.5f, 1, -2));
+    Material *material = sketch.addMaterial({0.2f, 0.1f, 0.3f});
+    material->setSpecular(QColor::fromRgbF(0.8, 0.6, 0.2));
+    material->setShininess(25);
+    material->setSpecularLevel(0.75f);
+    sketch.addQuad(wall, material);
+    const QImage image = drawFrame(m_context, sketch.scene.scene());
+    QCOMPARE(sketch.fault(image), QString());
+    // The mirror point of light and eye lies at 3/8 of the way from above the eye to above the light.
+    const QImage row = image;
+    int brightest = 0;
+    for (int x = 0; x < width; ++x) {
+        if (row.pixelColor(x, 35).red() > row.pixelColor(brightest, 35).red())
+            brightest = x;
+    }
+    QVERIFY2(brightest > width / 2, qPrintable(QString::number(brightest)));
+}
+
+void TestLighting::interpolatedNormals()
+{
+    FrameSketch sketch;
+    sketch.addLight(Light::PointLight, {0.9f, 0.9f, 0.9f}, translation(0, 0, -2));
+    Material *material = sketch.addMaterial({0.7f, 0.7f, 0.7f});
+    material->setSpecular(QColor::fromRgbF(0.3, 0.3, 0.3));
+    material->setShininess(8);
+    const QVector<QVector3D> normals = {
+        {-0.6f, -0.4f, 1}, {0.6f, -0.4f, 1}, {0.6f, 0.4f, 1}, {-0.6f, 0.4f, 1}};
+    Geometry *geometry = sketch.scene.geometry();
+    sketch.scene.addQuad(geometry, "s", wall, Winding::Clockwise, normals);
+    Node *node = sketch.scene.node("wall", {});
+    node->setModel(geometry);
+    node->bindMaterial("s", material);
+    std::vector<Reference::Triangle> triangles = Reference::quad(wall.origin, wall.u, wall.v);
+    const int corners[2][3] = {{0, 1, 2}, {0, 2, 3}};
+    for (size_t t = 0; t < 2; ++t) {
+        for (size_t c = 0; c < 3; ++c)
+            triangles[t].normals[c] = normals[corners[t][c]];
+    }
+    sketch.expected.items.push_back({triangles, surface(*material), false});
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::threeLights()
+{
+    FrameSketch sketch;
+    sketch.addLight(Light::PointLight, {0.9f, 0.1f, 0.1f}, translation(-2, 0, -4));
+    sketch.addLight(Light::DirectionalLight, {0, 0.5f, 0}, rotation(-30, 0, 1, 0));
+    Light *spot = sketch.addLight(Light::SpotLight, {0, 0.1f, 0.8f}, translation(1.5f, 0, 0));
+    spot->setHotspotBeam(10);
+    spot->setFalloff(40);
+    sketch.expected.lights[2].hotspot = 10;
+    sketch.expected.lights[2].falloff = 40;
+    Material *material = sketch.addMaterial({0.8f, 0.8f, 0.8f});
+    material->setSpecular(QColor::fromRgbF(0.2, 0.2, 0.2));
+    material->setShininess(10);
+    sketch.addQuad(wall, material);
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::moreThanThreeLights()
+{
+    FrameSketch sketch;
+    sketch.scene.light(Light::AmbientLight, Qt::black);
+    sketch.addLight(Light::PointLight, {0.6f, 0, 0}, translation(-2, 0, -4));
+    sketch.addLight(Light::PointLight, {0, 0.6f, 0}, translation(0, 0, -4));
+    sketch.addLight(Light::PointLight, {0, 0, 0.6f}, translation(2, 0, -4));
+    sketch.scene.light(Light::PointLight, Qt::white, translation(0, 1, -3));
+    sketch.scene.light(Light::DirectionalLight, Qt::white);
+    sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::multiplierIsNotUsed()
+{
+    FrameSketch sketch;
+    sketch.addLight(Light::DirectionalLight, {0.3f, 0.3f, 0.3f})->setMultiplier(3);
+    sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::directionalKeepsTheSlotsSpotFlag()
+{
+    FrameSketch spotScene;
+    Light *spot = spotScene.addLight(Light::SpotLight, {1, 1, 1});
+    spot->setHotspotBeam(20);
+    spot->setFalloff(60);
+    spotScene.addQuad(wall, spotScene.addMaterial({1, 1, 1}));
+
+    FrameSketch sketch;
+    sketch.addLight(Light::DirectionalLight, {1, 1, 1}, rotation(20, 1, 0, 0));
+    sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
+
+    // In a program that has seen no spot light, a directional light is what it is.
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    drawFrame(m_context, spotScene.scene.scene());
+    // From then on its cone is the other light's, which shines along -z: 20 degrees off lies between 10
+    // and 30.
+    const double pi = std::acos(-1.0);
+    const double factor = (std::cos(pi / 9) - std::cos(pi / 6)) / (std::cos(pi / 18) - std::cos(pi / 6));
+    sketch.expected.lights[0].color = Reference::Vector(factor, factor, factor);
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::farFromTheOrigin()
+{
+    // View positions of 1,500 units: half-precision floats would overflow when they are squared.
+    FrameSketch sketch;
+    const Quad farWall = {wall.origin * 300, wall.u * 300, wall.v * 300};
+    Light *light = sketch.addLight(Light::SpotLight, {1, 1, 1}, translation(100, 0, 0));
+    light->setHotspotBeam(16);
+    light->setFalloff(30);
+    sketch.expected.lights[0].hotspot = 16;
+    sketch.expected.lights[0].falloff = 30;
+    Material *material = sketch.addMaterial({0.8f, 0.8f, 0.8f});
+    material->setSpecular(QColor::fromRgbF(0.2, 0.2, 0.2));
+    material->setShininess(30);
+    sketch.addQuad(farWall, material);
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestLighting::lowQualityLightsPerVertex()
+{
+    FrameSketch sketch;
+    sketch.expected.perVertex = true;
+    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
+    Light *spot = sketch.addLight(Light::SpotLight, {0, 0.5f, 1}, translation(-2, 0, 0));
+    spot->setHotspotBeam(20);
+    spot->setFalloff(120);
+    sketch.expected.lights[1].hotspot = 20;
+    sketch.expected.lights[1].falloff = 120;
+    sketch.addLight(Light::DirectionalLight, {0.2f, 0.2f, 0.2f}, rotation(30, 1, 0, 0));
+    Material *material = sketch.addMaterial({0.9f, 0.9f, 0.9f});
+    material->setSpecular(QColor::fromRgbF(0.3, 0.3, 0.3));
+    material->setShininess(3);
+    // The reference splits a quad along the same diagonal as the scene does.
+    sketch.addQuad(wall, material);
+    const QImage low =
+        drawFrame(m_context, sketch.scene.scene(), [](PainterState &state) { state.setLowQuality(true); });
+    QCOMPARE(sketch.fault(low), QString());
+    QVERIFY(low != drawFrame(m_context, sketch.scene.scene()));
+}
+
+void TestLighting::unlinkedProgramFallsBack()
+{
+    FrameSketch sketch;
+    sketch.expected.perVertex = true;
+    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
+    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
+    ForwardPainter painter;
+    ShadingPrograms::ofCurrentContext().program(Shading::SinglePassPhong) = ShaderProgram();
+    QCOMPARE(sketch.fault(drawFrame(m_context, painter, sketch.scene.scene())), QString());
+}
+
+int main(int argc, char **argv)
+{
+    return GlLane::run<TestLighting>(argc, argv, FrameSketch::size);
+}
+
+#include "tst_lighting.moc"
