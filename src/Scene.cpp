@@ -107,6 +107,9 @@ void readBindings(QDataStream &stream, const QHash<QString, Material *> &materia
 void writeNodes(QDataStream &stream, const Node &root, const QHash<const Model *, qint32> &models,
                 const QHash<const Material *, QString> &materials)
 {
+    // Quirk(breadth-first-record): a scene comes back with its nodes in another order than it was converted
+    // in, so that of several cameras or lights at different depths others come first; kept, as it is the
+    // record's form.
     QList<Node *> nodes;
     root.collectDescendants(&nodes);
     QHash<const Node *, qint32> indices;

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "ReadOnceBuffer.h"
+#include "SceneCache.h"
+
+#include <QByteArray>
+#include <QString>
+
+namespace Quorvel
+{
+
+class DocumentCheck;
+class QueryMessages;
+class Scene;
+
+/// Loads one COLLADA file into a scene: from the cache where a converted copy lies there, else by converting
+/// it and storing the result in the user's cache.
+///
+/// The whole load happens in the constructor, on the thread that calls it; the object is good for nothing
+/// after that. A file that yields no camera node is fatal, whatever the reason; the reason is explained.
+class ColladaLoader
+{
+public:
+    /// The caller owns the scene, which is complete on return.
+    ColladaLoader(Scene *scene, const QString &path, const SceneCache &cache = SceneCache::standard());
+    virtual ~ColladaLoader() = default;
+    ColladaLoader(const ColladaLoader &) = delete;
+    ColladaLoader &operator=(const ColladaLoader &) = delete;
+
+private:
+    void readFile();
+    QString hash();
+    void convert(Scene *scene);
+    void evaluate(Scene *scene, QueryMessages *messages);
+    QString explanation(const DocumentCheck &document, const QueryMessages &messages) const;
+
+    /// The file's text as UTF-8: what the key is made from and what the parser sees. Empty once it is parsed.
+    QByteArray m_fileData;
+    ReadOnceBuffer m_buffer;
+    QString m_path;
+    /// Lower-case hexadecimal MD5 of the text; empty until first asked for.
+    QString m_hash;
+    /// Why the file could not be read; empty when it could.
+    QString m_readError;
+};
+
+} // namespace Quorvel

@@ -1,0 +1,88 @@
+#include "SceneCache.h"
+
+#include "FatalExplanation.h"
+#include "Scene.h"
+
+#include <QDataStream>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+
+namespace Quorvel
+{
+
+namespace
+{
+
+QString cachePath(const QString &directory, const QString &key)
+{
+    return directory + QLatin1Char('/') + key + QLatin1String(".qvm");
+}
+
+} // namespace
+
+SceneCache::SceneCache(const QString &globalDirectory, const QString &localDirectory)
+    : m_globalDirectory(globalDirectory), m_localDirectory(localDirectory)
+{
+}
+
+SceneCache SceneCache::standard()
+{
+    return SceneCache(QStringLiteral("/opt/quorvel/cache"),
+                      QDir::homePath() + QLatin1String("/.quorvel/cache"));
+}
+
+QString SceneCache::globalPath(const QString &key) const
+{
+    return cachePath(m_globalDirectory, key);
+}
+
+QString SceneCache::localPath(const QString &key) const
+{
+    return cachePath(m_localDirectory, key);
+}
+
+bool SceneCache::load(Scene *scene, const QString &key) const
+{
+    if (QFile::exists(globalPath(key))) {
+        qDebug("ColladaLoader: loading from global cache");
+        read(scene, globalPath(key));
+        return true;
+    }
+    if (QFile::exists(localPath(key))) {
+        qDebug("ColladaLoader: loading from local cache");
+        read(scene, localPath(key));
+        return true;
+    }
+    return false;
+}
+
+void SceneCache::save(const Scene &scene, const QString &key) const
+{
+    QDir().mkpath(m_localDirectory);
+    QSaveFile file(localPath(key));
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    QDataStream stream(&file);
+    scene.save(stream);
+    file.commit();
+}
+
+void SceneCache::read(Scene *scene, const QString &path)
+{
+    QFile file(path);
+    const FatalExplanation explanation(
+        file.open(QIODevice::ReadOnly)
+            ? QStringLiteral(
+                  "the cached copy %1 of this scene is damaged: delete it and open the scene again")
+                  .arg(path)
+            : QStringLiteral(
+                  "the cached copy %1 of this scene cannot be read (%2): delete it and open the scene "
+                  "again")
+                  .arg(path, file.errorString()));
+    QDataStream stream(&file);
+    scene->load(stream);
+}
+
+} // namespace Quorvel
