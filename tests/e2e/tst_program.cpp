@@ -1,0 +1,409 @@
+#include "HeldFile.h"
+#include "VirtualScreen.h"
+
+#include <QColor>
+#include <QCoreApplication>
+#include <QImage>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QtTest>
+
+using namespace Quorvel;
+
+namespace
+{
+
+const QString room = QStringLiteral(QUORVEL_FIXTURES "/window/room.dae");
+
+constexpr int startTimeout = 30000; // milliseconds
+
+/// What a tool of the X Window System prints about the screen.
+QByteArray ask(const QString &tool, const QStringList &arguments)
+{
+    QProcess process;
+    process.start(tool, arguments);
+    if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
+        qWarning("%s: %s", qPrintable(tool), qPrintable(process.errorString()));
+    return process.readAllStandardOutput();
+}
+
+void point(const QStringList &arguments)
+{
+    ask(QStringLiteral("xdotool"), arguments);
+}
+
+void key(const QString &name)
+{
+    point({QStringLiteral("key"), name});
+}
+
+QImage screenshot()
+{
+    return QImage::fromData(
+        ask(QStringLiteral("import"), {QStringLiteral("-silent"), QStringLiteral("-window"),
+                                       QStringLiteral("root"), QStringLiteral("png:-")}));
+}
+
+bool isNear(const QColor &actual, const QColor &expected)
+{
+    return qAbs(actual.red() - expected.red()) <= 2 && qAbs(actual.green() - expected.green()) <= 2 &&
+           qAbs(actual.blue() - expected.blue()) <= 2;
+}
+
+const QColor red(204, 51, 51);
+const QColor green(51, 204, 51);
+const QColor blue(51, 51, 204);
+const QColor yellow(204, 204, 51);
+const QColor black(0, 0, 0);
+
+/// The wall of the fixture scene as the full screen shows it.
+struct Wall
+{
+    explicit Wall(const QImage &screen) : image(screen)
+    {
+        for (int x = 0; x < image.width(); ++x) {
+            if (height(x) > 0) {
+                left = left < 0 ? x : left;
+                right = x;
+            }
+        }
+    }
+
+    /// Pixels of a column that are neither background nor status bar.
+    int height(int x) const
+    {
+        int pixels = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            const QColor color = image.pixelColor(x, y);
+            pixels +=
+                isNear(color, red) || isNear(color, green) || isNear(color, blue) || isNear(color, yellow);
+        }
+        return pixels;
+    }
+    bool isVisible() const { return left >= 0; }
+    int width() const { return isVisible() ? right - left + 1 : 0; }
+
+    QImage image;
+    int left = -1;
+    int right = -1;
+};
+
+/// The viewer, started with arguments and closed with the test.
+class Viewer
+{
+public:
+    explicit Viewer(const QStringList &arguments)
+    {
+        m_process.start(QStringLiteral(QUORVEL_PROGRAM), arguments);
+        m_process.waitForStarted();
+    }
+    ~Viewer()
+    {
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+
+    /// The managed window of that title; empty while there is none.
+    static QByteArray window(const QString &title)
+    {
+        const QList<QByteArray> lines = ask(QStringLiteral("wmctrl"), {QStringLiteral("-l")}).split('\n');
+        for (const QByteArray &line : lines) {
+            const QRegularExpressionMatch match =
+                QRegularExpression(QStringLiteral("^(0x\\S+)\\s+\\S+\\s+\\S+ (.*)$"))
+                    .match(QString::fromUtf8(line));
+            if (match.captured(2) == title)
+                return match.captured(1).toLatin1();
+        }
+        return {};
+    }
+    static bool isFullScreen(const QByteArray &window)
+    {
+        return ask(QStringLiteral("xprop"),
+                   {QStringLiteral("-id"), QString::fromLatin1(window), QStringLiteral("_NET_WM_STATE")})
+            .contains("_NET_WM_STATE_FULLSCREEN");
+    }
+    /// Whether keys go to that window.
+    static bool isActive(const QByteArray &window)
+    {
+        const QByteArray answer =
+            ask(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_ACTIVE_WINDOW")});
+        return !window.isEmpty() &&
+               answer.trimmed().split(' ').last().toUInt(nullptr, 16) == window.toUInt(nullptr, 16);
+    }
+    static QSize size(const QByteArray &window)
+    {
+        const QString facts = QString::fromUtf8(
+            ask(QStringLiteral("xwininfo"), {QStringLiteral("-id"), QString::fromLatin1(window)}));
+        const QRegularExpression wanted(QStringLiteral("Width: (\\d+)\\s+Height: (\\d+)"));
+        const QRegularExpressionMatch match = wanted.match(facts);
+        return QSize(match.captured(1).toInt(), match.captured(2).toInt());
+    }
+
+    QProcess &process() { return m_process; }
+
+    /// -1 when the program goes on running, or was ended by a signal.
+    int exitCode()
+    {
+        if (!m_process.waitForFinished(10000) || m_process.exitStatus() != QProcess::NormalExit)
+            return -1;
+        return m_process.exitCode();
+    }
+
+private:
+    QProcess m_process;
+};
+
+struct Answer
+{
+    int exitCode;
+    QString output;
+    QString errors;
+};
+
+/// Runs the program where there is no display.
+Answer runWithoutDisplay(const QStringList &arguments)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("DISPLAY"));
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(QUORVEL_PROGRAM), arguments);
+    process.waitForFinished();
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+} // namespace
+
+class TestProgram : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+
+    void answersWithoutDisplay();
+    void refusesWrongUsage_data();
+    void refusesWrongUsage();
+    void startsWithoutScene();
+    void saysWhenFileIsMissing_data();
+    void saysWhenFileIsMissing();
+    void opensSceneOnceTheEngineIsUp();
+    void sceneBeforeTheEngineIsNotShown();
+    void keysLeaveFullScreenAndQuit();
+    void pointerAndWheelMoveThePicture();
+    void endsDuringLoad_data();
+    void endsDuringLoad();
+};
+
+void TestProgram::init()
+{
+    point({QStringLiteral("mousemove"), QStringLiteral("640"), QStringLiteral("400")});
+}
+
+void TestProgram::answersWithoutDisplay()
+{
+    const Answer version = runWithoutDisplay({QStringLiteral("--version")});
+    QCOMPARE(version.exitCode, 0);
+    QCOMPARE(version.output, QStringLiteral("Quorvel " QUORVEL_VERSION "\n"));
+
+    const Answer help = runWithoutDisplay({QStringLiteral("--help")});
+    QCOMPARE(help.exitCode, 0);
+    QVERIFY(help.output.contains(QStringLiteral("--open <FILE>")));
+    QVERIFY(help.output.contains(QStringLiteral("[scene]")));
+    QCOMPARE(help.errors, QString());
+}
+
+void TestProgram::refusesWrongUsage_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("unknown option") << QStringList{QStringLiteral("--colour")}
+                                    << QStringLiteral("quorvel: Unknown option 'colour'.\n");
+    QTest::newRow("no file") << QStringList{QStringLiteral("--open")}
+                             << QStringLiteral("quorvel: Missing value after '--open'.\n");
+    QTest::newRow("two scenes") << QStringList{QStringLiteral("--open"), room, room}
+                                << QStringLiteral("quorvel: give a scene or --open FILE, not both\n");
+}
+
+void TestProgram::refusesWrongUsage()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, message);
+    Viewer viewer(arguments);
+    QCOMPARE(viewer.exitCode(), 2);
+    QCOMPARE(QString::fromUtf8(viewer.process().readAllStandardError()), message);
+}
+
+void TestProgram::startsWithoutScene()
+{
+    Viewer viewer({});
+    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
+    const QByteArray window = Viewer::window(QStringLiteral("Quorvel"));
+    QTRY_COMPARE(Viewer::size(window), QSize(640, 480));
+    QVERIFY(!Viewer::isFullScreen(window));
+    ask(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-c"), QString::fromLatin1(window)});
+    QCOMPARE(viewer.exitCode(), 0);
+}
+
+void TestProgram::saysWhenFileIsMissing_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("scene") << QStringList{QStringLiteral("nowhere/room.dae")};
+    QTest::newRow("--open") << QStringList{QStringLiteral("--open"), QStringLiteral("nowhere/room.dae")};
+}
+
+void TestProgram::saysWhenFileIsMissing()
+{
+    QFETCH(QStringList, arguments);
+    Viewer viewer(arguments);
+    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
+    QTRY_COMPARE(Viewer::size(Viewer::window(QStringLiteral("Quorvel"))), QSize(640, 480));
+    key(QStringLiteral("q"));
+    QCOMPARE(viewer.exitCode(), 0);
+    QVERIFY(viewer.process().readAllStandardError().contains("quorvel: nowhere/room.dae: no such file\n"));
+}
+
+void TestProgram::opensSceneOnceTheEngineIsUp()
+{
+    Viewer viewer({QStringLiteral("--open"), room});
+    const QString title = QStringLiteral("/room.dae - Quorvel");
+    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
+    const QByteArray window = Viewer::window(title);
+    QTRY_VERIFY(Viewer::isFullScreen(window));
+    QTRY_COMPARE(Viewer::size(window), QSize(1280, 800));
+
+    // Ambient light alone shows each material's ambient colour, and the camera's 45 degrees are the height:
+    // the wall's four units, seen from ten, are 4 / (20 tan 22.5) of the height above the status bar.
+    QTRY_VERIFY(isNear(screenshot().pixelColor(640 - 90, 400 - 90), red));
+    const QImage screen = screenshot();
+    QVERIFY(isNear(screen.pixelColor(640 + 90, 400 - 90), green));
+    QVERIFY(isNear(screen.pixelColor(640 - 90, 400 + 70), blue));
+    QVERIFY(isNear(screen.pixelColor(640 + 90, 400 + 70), yellow));
+    QVERIFY(isNear(screen.pixelColor(640, 100), black));
+    QVERIFY(isNear(screen.pixelColor(640, 700), black));
+    QVERIFY(isNear(screen.pixelColor(100, 400), black));
+    QVERIFY(isNear(screen.pixelColor(1180, 400), black));
+    const Wall wall(screen);
+    int surface = 0;
+    while (surface < 800 && isNear(screen.pixelColor(100, surface), black))
+        ++surface;
+    QVERIFY2(qAbs(wall.width() - surface * 0.482843) <= 2, qPrintable(QString::number(wall.width())));
+    QVERIFY(qAbs(wall.width() - wall.height(600)) <= 2);
+
+    key(QStringLiteral("q"));
+    QCOMPARE(viewer.exitCode(), 0);
+}
+
+void TestProgram::sceneBeforeTheEngineIsNotShown()
+{
+    Viewer viewer({room});
+    const QString title = QStringLiteral("/room.dae - Quorvel");
+    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
+    QTRY_VERIFY(Viewer::isFullScreen(Viewer::window(title)));
+    // The engine comes up half a second after the start; nothing visible but the missing wall tells when.
+    QTest::qWait(1500);
+    const QImage screen = screenshot();
+    QVERIFY(!Wall(screen).isVisible());
+    QVERIFY(isNear(screen.pixelColor(640, 400), black));
+    key(QStringLiteral("q"));
+    QCOMPARE(viewer.exitCode(), 0);
+}
+
+void TestProgram::keysLeaveFullScreenAndQuit()
+{
+    Viewer viewer({QStringLiteral("--open"), room});
+    const QString title = QStringLiteral("/room.dae - Quorvel");
+    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
+    const QByteArray window = Viewer::window(title);
+    QTRY_VERIFY(Viewer::isFullScreen(window));
+    key(QStringLiteral("Escape"));
+    QTRY_VERIFY(!Viewer::isFullScreen(window));
+    QTRY_COMPARE(Viewer::size(window), QSize(640, 480));
+    key(QStringLiteral("Escape"));
+    key(QStringLiteral("f"));
+    QTRY_VERIFY(Viewer::isFullScreen(window));
+    key(QStringLiteral("f"));
+    QTRY_VERIFY(!Viewer::isFullScreen(window));
+    QTRY_COMPARE(Viewer::size(window), QSize(640, 480));
+    key(QStringLiteral("q"));
+    QCOMPARE(viewer.exitCode(), 0);
+}
+
+void TestProgram::pointerAndWheelMoveThePicture()
+{
+    Viewer viewer({QStringLiteral("--open"), room});
+    const QString title = QStringLiteral("/room.dae - Quorvel");
+    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
+    QTRY_VERIFY(Viewer::isFullScreen(Viewer::window(title)));
+    QTRY_VERIFY(isNear(screenshot().pixelColor(640 + 90, 400 - 90), green));
+    const Wall before(screenshot());
+
+    // One notch forward goes from 10 to 8.8 units.
+    point({QStringLiteral("click"), QStringLiteral("4")});
+    QTRY_VERIFY(qAbs(Wall(screenshot()).width() - before.width() / 0.88) <= 2);
+    // The same way back and a little further: 8.8 to 9.856.
+    point({QStringLiteral("click"), QStringLiteral("5")});
+    QTRY_VERIFY(qAbs(Wall(screenshot()).width() - before.width() / 0.9856) <= 2);
+
+    // 100 pixels to the right turn the camera 40 degrees to the left, where the wall's left edge is nearer.
+    point({QStringLiteral("mousedown"), QStringLiteral("1"), QStringLiteral("mousemove_relative"),
+           QStringLiteral("100"), QStringLiteral("0"), QStringLiteral("mouseup"), QStringLiteral("1")});
+    QTRY_VERIFY(Wall(screenshot()).width() < before.width() * 9 / 10);
+    const Wall turned(screenshot());
+    QVERIFY(turned.height(turned.left + 3) > turned.height(turned.right - 3) + 20);
+
+    // Another 125 pixels make 90 degrees, and the wall is seen edge-on.
+    point({QStringLiteral("mousemove"), QStringLiteral("500"), QStringLiteral("400"),
+           QStringLiteral("mousedown"), QStringLiteral("1"), QStringLiteral("mousemove_relative"),
+           QStringLiteral("125"), QStringLiteral("0"), QStringLiteral("mouseup"), QStringLiteral("1")});
+    QTRY_VERIFY(Wall(screenshot()).width() <= 2);
+    key(QStringLiteral("q"));
+    QCOMPARE(viewer.exitCode(), 0);
+}
+
+void TestProgram::endsDuringLoad_data()
+{
+    QTest::addColumn<bool>("byKey");
+    QTest::newRow("Q") << true;
+    QTest::newRow("window closed") << false;
+}
+
+void TestProgram::endsDuringLoad()
+{
+    QFETCH(bool, byKey);
+    HeldFile held(QStringLiteral("held.dae"));
+    Viewer viewer({held.path()});
+    const QString title = QStringLiteral("Quorvel");
+    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
+    QTRY_VERIFY(held.isAwaited());
+    if (byKey)
+        key(QStringLiteral("q"));
+    else
+        ask(QStringLiteral("wmctrl"),
+            {QStringLiteral("-i"), QStringLiteral("-c"), QString::fromLatin1(Viewer::window(title))});
+
+    // The window goes at once; the program waits for the load.
+    QTRY_VERIFY(Viewer::window(title).isEmpty());
+    QCOMPARE(viewer.process().state(), QProcess::Running);
+    held.deliver(room);
+    QCOMPARE(viewer.exitCode(), 0);
+    QVERIFY(viewer.process().readAllStandardError().contains("Load time: "));
+}
+
+int main(int argc, char *argv[])
+{
+    const VirtualScreen screen;
+    if (!screen.isValid()) {
+        fprintf(stderr, "no virtual screen: %s\n", qPrintable(screen.errorString()));
+        return 1;
+    }
+    const QCoreApplication application(argc, argv);
+    TestProgram test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_program.moc"

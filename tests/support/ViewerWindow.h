@@ -1,0 +1,115 @@
+#pragma once
+
+#include "MainView.h"
+#include "Node.h"
+#include "PainterState.h"
+#include "Pipeline.h"
+#include "Scene.h"
+#include "VirtualScreen.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QStatusBar>
+#include <QWheelEvent>
+#include <QtTest>
+
+#include <cstdio>
+
+namespace Quorvel
+{
+
+/// A window under test, with pointer, wheel and key events that arrive where a person's would: at the drawing
+/// surface, or at the window for keys.
+struct ViewerWindow
+{
+    ViewerWindow()
+    {
+        view.resize(640, 480);
+        view.show();
+    }
+
+    /// Waits until the engine is up.
+    bool start()
+    {
+        return QTest::qWaitFor([this] { return hasStarted(); }, 10000);
+    }
+    /// Waits for the engine, opens a file, and waits until it fills the screen and has the keys.
+    bool open(const QString &filename)
+    {
+        if (!start())
+            return false;
+        view.openScene(filename);
+        const QString title = MainView::displayName(filename) + QStringLiteral(" - Quorvel");
+        return QTest::qWaitFor(
+            [this, title] {
+                return view.windowTitle() == title && view.isActiveWindow() &&
+                       view.size() == QSize(1280, 800);
+            },
+            10000);
+    }
+
+    QString status() const { return view.statusBar()->currentMessage(); }
+    bool isIdle() const { return status().startsWith(QStringLiteral("Quorvel 3d-viewer")); }
+    bool hasStarted() const { return view.pipeline()->state().castShadows() && isIdle(); }
+    QString title() const { return view.windowTitle(); }
+    PainterState &state() { return view.pipeline()->state(); }
+    QMatrix4x4 camera() const { return view.scene()->activeCameraNode()->localTransform(); }
+    Qt::CursorShape cursor() const { return view.cursor().shape(); }
+
+    void mouse(QEvent::Type type, const QPoint &position, Qt::MouseButton button, Qt::MouseButtons buttons)
+    {
+        QMouseEvent event(type, position, view.pipeline()->mapToGlobal(position), button, buttons,
+                          Qt::NoModifier);
+        deliver(&event);
+    }
+    void press(const QPoint &position)
+    {
+        mouse(QEvent::MouseButtonPress, position, Qt::LeftButton, Qt::LeftButton);
+    }
+    void release(const QPoint &position) { mouse(QEvent::MouseButtonRelease, position, Qt::LeftButton, {}); }
+    void doubleClick(const QPoint &position)
+    {
+        mouse(QEvent::MouseButtonDblClick, position, Qt::LeftButton, Qt::LeftButton);
+    }
+    void moveTo(const QPoint &position, Qt::MouseButtons buttons = Qt::LeftButton)
+    {
+        mouse(QEvent::MouseMove, position, Qt::NoButton, buttons);
+    }
+    void wheel(int delta)
+    {
+        const QPoint position(320, 240);
+        QWheelEvent event(position, view.pipeline()->mapToGlobal(position), QPoint(), QPoint(0, delta), {},
+                          {}, Qt::NoScrollPhase, false);
+        deliver(&event);
+    }
+
+    MainView view;
+
+private:
+    /// As from the windowing system: only such wheel events go on from the surface to the window.
+    void deliver(QEvent *event)
+    {
+        QSpontaneKeyEvent::setSpontaneous(event);
+        qApp->notify(view.pipeline(), event);
+    }
+};
+
+/// The main function of a test with a MainView: a virtual screen, an application as the program makes it, and
+/// the test object.
+template <typename Test>
+int runOnVirtualScreen(int argc, char *argv[])
+{
+    const VirtualScreen screen;
+    if (!screen.isValid()) {
+        fprintf(stderr, "no virtual screen: %s\n", qPrintable(screen.errorString()));
+        return 1;
+    }
+    QApplication application(argc, argv);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QCoreApplication::setOrganizationName(QStringLiteral("Quorvel Project"));
+    QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
+    Test test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+} // namespace Quorvel
