@@ -5,8 +5,9 @@
 namespace Quorvel
 {
 
-/// Sends all diagnostics to stderr, one line each, and lets a fatal message be followed by the explanation
-/// that explainFatal() left on the failing thread. Every program of the project calls this first.
+/// Sends all diagnostics but the toolkit's idle remarks to stderr, one line each, and lets a fatal message be
+/// followed by the explanation that explainFatal() left on the failing thread. Every program of the project
+/// calls this first.
 void installDiagnostics();
 
 /// Leaves a sentence for people (what is wrong with their file and what to do about it) that is printed if

@@ -1,0 +1,161 @@
+#include "ColladaLoader.h"
+#include "FatalExplanation.h"
+#include "Gles2.h"
+#include "Rendering.h"
+#include "Scene.h"
+#include "SceneCache.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QImageWriter>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLoggingCategory>
+#include <QSaveFile>
+
+#include <cstdio>
+
+using namespace Quorvel;
+
+namespace
+{
+
+int fail(ExitStatus status, const QString &message)
+{
+    fprintf(stderr, "quorvel-render: %s\n", qPrintable(message));
+    return int(status);
+}
+
+void print(const QString &text)
+{
+    fputs(qPrintable(text), stdout);
+}
+
+int noContext(const OffscreenContext &context)
+{
+    return fail(ExitStatus::NoGl, QStringLiteral("no OpenGL ES 2.0 context: ") + context.errorString());
+}
+
+QString glString(GLenum name)
+{
+    return QString::fromLatin1(reinterpret_cast<const char *>(glGetString(name)));
+}
+
+int diagnose(const RenderOptions &options)
+{
+    const OffscreenContext context(QSize(16, 16), options.api);
+    if (!context.isValid())
+        return noContext(context);
+    const SceneCache cache = SceneCache::standard();
+    const QVector<QPair<QString, QString>> facts = {
+        {QStringLiteral("quorvel"), QStringLiteral(QUORVEL_VERSION)},
+        {QStringLiteral("toolkit"), QString::fromLatin1(qVersion())},
+        {QStringLiteral("context"),
+         context.isEs() ? QStringLiteral("OpenGL ES") : QStringLiteral("desktop OpenGL")},
+        {QStringLiteral("gl_version"), glString(GL_VERSION)},
+        {QStringLiteral("glsl_version"), glString(GL_SHADING_LANGUAGE_VERSION)},
+        {QStringLiteral("gl_vendor"), glString(GL_VENDOR)},
+        {QStringLiteral("gl_renderer"), glString(GL_RENDERER)},
+        {QStringLiteral("global_cache"), cache.globalDirectory()},
+        {QStringLiteral("local_cache"), cache.localDirectory()},
+    };
+    QJsonObject document = {{QStringLiteral("schema"), 1}};
+    for (const auto &[name, value] : facts) {
+        document.insert(name, value);
+        if (!options.json)
+            print(QStringLiteral("%1 %2\n").arg(name + QLatin1Char(':'), -14).arg(value));
+    }
+    if (options.json)
+        print(QString::fromUtf8(QJsonDocument(document).toJson()));
+    return int(ExitStatus::Done);
+}
+
+bool savePicture(const QImage &picture, const QString &path, QString *error)
+{
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        *error = file.errorString();
+        return false;
+    }
+    QImageWriter writer(&file, "png");
+    if (!writer.write(picture)) {
+        *error = writer.errorString();
+        return false;
+    }
+    if (!file.commit()) {
+        *error = file.errorString();
+        return false;
+    }
+    return true;
+}
+
+void reportFrames(const RenderOptions &options, const QVector<double> &frameTimes)
+{
+    if (options.json) {
+        const QJsonObject document = {{QStringLiteral("schema"), 1},
+                                      {QStringLiteral("frames"), frameTimes.size()},
+                                      {QStringLiteral("median_ms"), median(frameTimes)}};
+        print(QString::fromUtf8(QJsonDocument(document).toJson()));
+    } else {
+        print(QStringLiteral("median frame time: %1 ms (%2 frames)\n")
+                  .arg(median(frameTimes), 0, 'f', 3)
+                  .arg(frameTimes.size()));
+    }
+}
+
+int renderScene(const RenderOptions &options)
+{
+    if (!QFileInfo::exists(options.scene))
+        return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
+
+    OffscreenContext context(options.size, options.api);
+    if (!context.isValid())
+        return noContext(context);
+
+    Scene scene;
+    ColladaLoader(&scene, options.scene);
+
+    if (!options.camera.isEmpty()) {
+        Node *camera = findCamera(scene, options.camera);
+        if (!camera)
+            return fail(ExitStatus::InvalidInput,
+                        QStringLiteral("%1: no camera \"%2\"").arg(options.scene, options.camera));
+        scene.setActiveCameraNode(camera);
+    }
+    if (!options.orbit.isNull())
+        orbit(&scene, options.orbit);
+
+    const RenderResult result = render(&scene, options, &context);
+    QString error;
+    if (!savePicture(result.picture, options.output, &error))
+        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
+    if (options.frames > 1)
+        reportFrames(options, result.frameTimes);
+    return int(ExitStatus::Done);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    installDiagnostics();
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+
+    RenderOptions options;
+    QString error;
+    if (!parseRenderOptions(arguments, &options, &error))
+        return fail(ExitStatus::Usage, error + QStringLiteral(" (see quorvel-render --help)"));
+    if (options.request == RenderOptions::Request::Text) {
+        print(options.text);
+        return int(ExitStatus::Done);
+    }
+    if (options.quiet)
+        QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
+
+    OffscreenContext::prepareApplication();
+    const QApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
+    return options.request == RenderOptions::Request::Diagnose ? diagnose(options) : renderScene(options);
+}
