@@ -16,6 +16,7 @@ thread_local QString t_explanation;
 bool isChatter(const QString &message)
 {
     return message.startsWith(QLatin1String("eglconvenience: Could not query screen info")) ||
+           message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set")) ||
            message.startsWith(QLatin1String("Running on a software rasterizer"));
 }
 
