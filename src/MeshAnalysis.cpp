@@ -142,8 +142,8 @@ void MeshAnalysis::followEdge(const HalfEdge *first, const HalfEdge *last)
         m_twoManifold = false;
 
     for (const HalfEdge *halfEdge = first; halfEdge != last; ++halfEdge) {
-        // Quirk(adjacency-lookup): asking for a triangle that the edge refused enters it under vertex 0, and from
-        // then on the edge answers -1 to all; kept, since converted scenes already hold these values.
+        // Quirk(adjacency-lookup): asking for a triangle that the edge refused enters it under vertex 0, and
+        // from then on the edge answers -1 to all; kept, since converted scenes already hold these values.
         if (edge->adjacentVertices.values().size() == 2)
             m_adjacency[halfEdge->number] = edge->adjacentVertices.lookUp(halfEdge->number / 3);
     }

@@ -31,8 +31,8 @@ void Node::setParent(Node *parent)
 void Node::setLocalTransform(const QMatrix4x4 &transform)
 {
     m_localTransform = transform;
-    // The toolkit multiplies and inverts by kinds of matrix that a record does not carry. Finding the kind out
-    // from the numbers gives a converted scene and its cached copy the same transforms to the last bit.
+    // The toolkit multiplies and inverts by kinds of matrix that a record does not carry. Finding the kind
+    // out from the numbers gives a converted scene and its cached copy the same transforms to the last bit.
     m_localTransform.optimize();
     updateWorldTransform();
 }
