@@ -16,14 +16,14 @@ build_packages=(
     robin-map-dev
 )
 # A screen for machines without one: to show the viewer on, and for the tests of windows.
-screen_packages=(xvfb openbox x11-utils xdotool imagemagick)
-test_packages=(glslang-tools libbenchmark-dev wmctrl python3)
+screen_packages=(xvfb openbox x11-utils imagemagick)
+test_packages=(xdotool glslang-tools libbenchmark-dev wmctrl python3)
 
 # install_packages <package>...: installs those that are missing, as root or through sudo.
 install_packages() {
     local package missing=()
     for package in "$@"; do
-        dpkg-query -W -f='${db:Status-Abbrev}' "$package" 2>/dev/null | grep -q '^ii' || missing+=("$package")
+        dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
     done
     [ ${#missing[@]} -eq 0 ] && return
     command -v apt-get >/dev/null ||
@@ -40,7 +40,7 @@ install_packages() {
         die "apt-get could not install: ${missing[*]}"
 }
 
-# build <preset> [target...]: configures on first use and builds.
+# build <preset> [target...]: configures and builds. Without benchmarks where benchmarks=OFF.
 build() {
     local preset=$1
     shift
@@ -69,6 +69,11 @@ start_screen() {
     rm -f "$number_file"
     openbox --sm-disable >/dev/null 2>&1 &
     window_manager_pid=$!
+    for _ in $(seq 100); do
+        xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && return
+        sleep 0.1
+    done
+    die "the window manager did not start"
 }
 
 stop_screen() {

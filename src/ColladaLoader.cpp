@@ -131,9 +131,7 @@ QString ColladaLoader::explanation(const DocumentCheck &document, const QueryMes
         return QStringLiteral(
                    "%1: the elements of the file nest %2 deep, and %3 is the most that can be read: "
                    "flatten the scene's hierarchy and export it again")
-            .arg(name)
-            .arg(document.depth())
-            .arg(DocumentCheck::DepthLimit);
+            .arg(name, QString::number(document.depth()), QString::number(DocumentCheck::DepthLimit));
     if (messages.hasError())
         return QStringLiteral("%1: the file is damaged or not XML (%2): export the scene again")
             .arg(name, messages.error());

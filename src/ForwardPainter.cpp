@@ -141,8 +141,8 @@ void ForwardPainter::createRenderTargets(const PainterState &state)
 {
     const QString lightMapFile = LightMap::fileName(state.scene()->name());
     if (!m_lightMap.isLoaded() && QFile::exists(lightMapFile)) {
-        m_lightMap.load(lightMapFile);
-        logGlError(__FILE__, __LINE__);
+        if (m_lightMap.load(lightMapFile))
+            logGlError(__FILE__, __LINE__);
     }
 }
 

@@ -107,6 +107,8 @@ void Geometry::analyze(const QVector<int> &indices, QVector<int> *adjacency, QVe
     const MeshAnalysis analysis(m_vertices, indices);
     *adjacency = analysis.adjacency();
     *invalidFaces = analysis.invalidFaces();
+    // Quirk(last-analysis-flag): the flag of a geometry with several groups is that of the last one;
+    // kept, the flag is the result of the last analysis, and nothing in the viewer draws by it.
     m_twoManifold = analysis.isTwoManifold();
 }
 

@@ -34,22 +34,34 @@ QString LightMap::fileName(const QString &scenePath)
     return scenePath + QStringLiteral(".png");
 }
 
-void LightMap::load(const QString &fileName)
+bool LightMap::load(const QString &fileName)
 {
+    if (fileName == m_refusedFile)
+        return false;
     const QImage image = QGLWidget::convertToGLFormat(QImage(fileName));
     if (image.isNull()) {
         qWarning("The light map \"%s\" is not an image that can be read; the scene is lit by its lights",
                  qPrintable(fileName));
-        return;
+        m_refusedFile = fileName;
+        return false;
     }
     drainGlErrors();
     m_texture = std::make_unique<QGLFramebufferObject>(image.size(), QGLFramebufferObject::NoAttachment,
                                                        GLenum(GL_TEXTURE_2D), GLenum(GL_RGBA));
+    if (!m_texture->isValid()) {
+        qWarning("The light map \"%s\" of %dx%d pixels is more than this GL can hold; the scene is lit by "
+                 "its lights",
+                 qPrintable(fileName), image.width(), image.height());
+        m_refusedFile = fileName;
+        m_texture.reset();
+        return true;
+    }
     glBindTexture(GL_TEXTURE_2D, m_texture->texture());
     glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, image.width(), image.height(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
                  image.constBits());
     setSampling(GL_NEAREST);
     glBindTexture(GL_TEXTURE_2D, 0);
+    return true;
 }
 
 void LightMap::bind() const

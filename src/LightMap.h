@@ -26,9 +26,10 @@ public:
     /// Where the light map of a scene file lies, resource or file.
     static QString fileName(const QString &scenePath);
 
-    /// Uploads an image file. Pending GL errors are forgotten first, so that those left behind are the
-    /// upload's. A file that is not an image leaves nothing loaded, with a warning.
-    void load(const QString &fileName);
+    /// Uploads an image file, and tells whether GL was asked to. Pending GL errors are forgotten first, so
+    /// that those left behind are the upload's. A file that is no image, or larger than GL can hold, leaves
+    /// nothing loaded, with one warning however often it is asked for.
+    bool load(const QString &fileName);
     bool isLoaded() const { return bool(m_texture); }
 
     /// Binds the map to the active texture unit, filtered linearly and clamped to its edge.
@@ -36,6 +37,7 @@ public:
 
 private:
     std::unique_ptr<QGLFramebufferObject> m_texture;
+    QString m_refusedFile;
 };
 
 } // namespace Quorvel

@@ -80,6 +80,12 @@ void MainView::initPipeline()
     // Quirk(shadows-flip): the flag is inverted rather than set;
     // this one call is what makes shadows start on.
     toggleCastShadows();
+    if (!m_pipeline->isValid()) {
+        const QString complaint =
+            QStringLiteral("This display offers no OpenGL, so nothing can be drawn on it.");
+        qWarning("%s", qPrintable(complaint));
+        statusBar()->showMessage(complaint);
+    }
     // Quirk(early-load): a scene that came in before the engine was up is dropped for an empty one, unseen;
     // the start always ends in the same view, and `--open` is the way to a file that waits for it.
     replaceScene(new Scene);
@@ -233,6 +239,8 @@ void MainView::restoreQualityLater()
 
 void MainView::highQualityPaint()
 {
+    // Quirk(stuck-low-quality): with the option switched off during a drag nothing restores the quality;
+    // kept, the flag belongs to whoever set it, and the next step of the test animation clears it.
     if (m_lowQualityInteraction)
         m_pipeline->state().setLowQuality(false);
     m_pipeline->update();

@@ -55,7 +55,7 @@ public slots:
     void toggleBackfaceCulling();
     void toggleCastShadows();
     void toggleAmbientOcclusion();
-    /// Whether interaction lowers the quality; the painter's own flag follows at the next interaction.
+    /// Whether interaction lowers the quality. The painter's own flag stays as it is.
     void toggleLowQuality();
     void toggleTestAnimation();
     void toggleFullscreen();

@@ -46,7 +46,8 @@ public:
 };
 
 /// The adjacency analysis of one triangle list; see Geometry::analyze(). Runs in time linear in the number of
-/// triangles but for edges that share their lower vertex, which are sorted.
+/// triangles and in the range of the vertices they use, but for edges that share their lower vertex, which
+/// are sorted.
 ///
 /// A half-edge is numbered 3f+k: edge k of triangle f. Edges are gathered by their lower vertex, each is then
 /// followed through the half-edges on it in ascending order, as if triangles had been registered one by one.
@@ -79,7 +80,7 @@ private:
 
     int corner(int halfEdge, int offset) const;
     void findDegenerateTriangles(const QVector<QVector3D> &vertices);
-    void gatherHalfEdges(int vertexCount);
+    void gatherHalfEdges();
     void followEdges();
     void followEdge(const HalfEdge *first, const HalfEdge *last);
     bool registerTriangles(MeshEdge *edge, const HalfEdge *first, const HalfEdge *last);
@@ -92,6 +93,8 @@ private:
     bool m_twoManifold = true;
 
     QVector<bool> m_degenerate;
+    /// The lowest vertex that occurs; the table of first half-edges starts there.
+    int m_firstVertex = 0;
     QVector<int> m_firstOfLowerVertex;
     QVector<HalfEdge> m_halfEdges;
     QVector<Finding> m_findings;

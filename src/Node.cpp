@@ -89,6 +89,8 @@ const QVector<Material *> &Node::groupMaterials() const
 
 BoundingSphere Node::boundingSphere() const
 {
+    // Quirk(zero-radius-no-cache): a sphere of radius 0 is computed again at every call;
+    // kept, 0 is the mark of "not computed", and only nodes with next to nothing below them pay for it.
     if (m_boundingSphere.radius == 0.0f)
         m_boundingSphere = computeBoundingSphere();
     return m_boundingSphere;

@@ -209,6 +209,7 @@ QString OffscreenContext::createPixelBuffer()
     const QSize largest(configValue(m_display, m_config, EGL_MAX_PBUFFER_WIDTH),
                         configValue(m_display, m_config, EGL_MAX_PBUFFER_HEIGHT));
     if (m_size.width() > largest.width() || m_size.height() > largest.height()) {
+        m_sizeRefused = true;
         return QStringLiteral("%1x%2 pixels are more than the %3x%4 that the graphics driver allows")
             .arg(m_size.width())
             .arg(m_size.height())

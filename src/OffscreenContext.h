@@ -49,6 +49,8 @@ public:
     bool isValid() const { return m_errorString.isEmpty(); }
     /// Why the context is not valid, for a person; empty if it is.
     QString errorString() const { return m_errorString; }
+    /// Not valid, but a smaller buffer would be.
+    bool isSizeRefused() const { return m_sizeRefused; }
 
     /// Pixels of the default framebuffer.
     QSize size() const { return m_size; }
@@ -83,6 +85,7 @@ private:
     QGLContext *m_glContext = nullptr;
     QSize m_size;
     QString m_errorString;
+    bool m_sizeRefused = false;
 };
 
 } // namespace Quorvel

@@ -43,11 +43,10 @@ void QueryMessages::handleMessage(QtMsgType type, const QString &description, co
     QString place = file;
     QString error = text;
     if (sourceLocation.line() > 0) {
-        place = QStringLiteral("%1:%2:%3").arg(file).arg(sourceLocation.line()).arg(sourceLocation.column());
-        error = QStringLiteral("line %1, column %2: %3")
-                    .arg(sourceLocation.line())
-                    .arg(sourceLocation.column())
-                    .arg(text);
+        const QString line = QString::number(sourceLocation.line());
+        const QString column = QString::number(sourceLocation.column());
+        place = QStringLiteral("%1:%2:%3").arg(file, line, column);
+        error = QStringLiteral("line %1, column %2: %3").arg(line, column, text);
     }
     qWarning("%s: %s", qUtf8Printable(place), qUtf8Printable(text));
     if (type == QtFatalMsg && m_error.isEmpty())

@@ -49,7 +49,9 @@ void readModels(QDataStream &stream, QList<T *> *models)
     for (qint32 i = 0; i < count && stream.status() == QDataStream::Ok; ++i) {
         auto model = std::make_unique<T>();
         model->read(stream);
-        models->append(model.release());
+        // What a stream that ended early leaves behind has no type to rely on.
+        if (stream.status() == QDataStream::Ok)
+            models->append(model.release());
     }
 }
 
@@ -107,9 +109,8 @@ void readBindings(QDataStream &stream, const QHash<QString, Material *> &materia
 void writeNodes(QDataStream &stream, const Node &root, const QHash<const Model *, qint32> &models,
                 const QHash<const Material *, QString> &materials)
 {
-    // Quirk(breadth-first-record): a scene comes back with its nodes in another order than it was converted
-    // in, so that of several cameras or lights at different depths others come first; kept, as it is the
-    // record's form.
+    // Quirk(breadth-first-record): of cameras or lights at different depths others come first after reading;
+    // kept, since the record's order is what stored scenes are in.
     QList<Node *> nodes;
     root.collectDescendants(&nodes);
     QHash<const Node *, qint32> indices;

@@ -72,7 +72,7 @@ public:
     /// Writes the record. The scene must be complete.
     void save(QDataStream &stream) const;
     /// Replaces the scene's contents by those of a record and completes it. A record without a camera node,
-    /// or with an index out of range, is fatal.
+    /// or with an index or a type code out of range, is fatal.
     void load(QDataStream &stream);
 
     /// Prints the node tree to the debug stream.

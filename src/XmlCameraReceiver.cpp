@@ -18,13 +18,13 @@ XmlCameraReceiver::~XmlCameraReceiver() = default;
 void XmlCameraReceiver::startElement(const QXmlName &name)
 {
     pushElement(name);
-    if (element() == QLatin1String("camera"))
+    if (isCamera())
         m_currentCamera.reset();
 }
 
 void XmlCameraReceiver::endElement()
 {
-    if (element() == QLatin1String("camera"))
+    if (isCamera())
         finishCamera();
     popElement();
 }
@@ -33,7 +33,7 @@ void XmlCameraReceiver::attribute(const QXmlName &name, const QStringRef &value)
 {
     if (localName(name) != QLatin1String("id"))
         return;
-    if (element() == QLatin1String("camera")) {
+    if (isCamera()) {
         m_currentCamera = std::make_unique<Camera>();
         m_currentCamera->setId(value.toString());
         qDebug() << "Camera" << m_currentCamera->id() << ":";
@@ -57,6 +57,11 @@ void XmlCameraReceiver::characters(const QStringRef &value)
         m_currentCamera->setFarPlane(NumberReader::readNumber(value));
         qDebug() << "farz" << value;
     }
+}
+
+bool XmlCameraReceiver::isCamera() const
+{
+    return element() == QLatin1String("camera") && parentElement() == QLatin1String("cameras");
 }
 
 void XmlCameraReceiver::finishCamera()

@@ -142,6 +142,8 @@ void XmlGeometryReceiver::fillGroup(const QStringRef &text)
 
 void XmlGeometryReceiver::fillGroupFromTriples(const QStringRef &text)
 {
+    // Quirk(later-copy-index): an index into a later copy of the lists passes once that copy is there;
+    // kept, the check is against the list as it stands, and stored scenes hold such indices.
     const FileIndices indices(NumberReader::readIndices(text, m_stride, 3));
     m_currentTrimesh->reserveIndices(indices.size() / 3);
     for (int i = 0; i < indices.size(); i += 3) {
@@ -175,7 +177,7 @@ void XmlGeometryReceiver::fillGroupFromPairs(const QStringRef &text)
 void XmlGeometryReceiver::fillGroupFromSingles(const QStringRef &text)
 {
     // Quirk(normal-zero): the new normal goes to the end of the list, but the corners use normal 0;
-    // kept because the two are the same in every file that gives positions only.
+    // kept because stored scenes hold what came of it, the last geometry's normals showing through included.
     m_currentGeometry->appendNormals({QVector3D(0, 0, 1)});
     const FileIndices indices(NumberReader::readIndices(text, m_stride, 1));
     m_currentTrimesh->reserveIndices(indices.size());
@@ -197,9 +199,8 @@ void XmlGeometryReceiver::explainIndex(const char *what, qint64 index, int count
     explainFatal(
         QStringLiteral("geometry \"%1\" refers to %2 number %3, but it has %4 of them, counted from 0: "
                        "export the file again as triangles in which every input has its own offset")
-            .arg(m_currentGeometry->id(), QLatin1String(what))
-            .arg(int(index))
-            .arg(count));
+            .arg(m_currentGeometry->id(), QLatin1String(what), QString::number(int(index)),
+                 QString::number(count)));
 }
 
 } // namespace Quorvel

@@ -46,13 +46,13 @@ XmlLightReceiver::~XmlLightReceiver() = default;
 void XmlLightReceiver::startElement(const QXmlName &name)
 {
     pushElement(name);
-    if (lightKind(element()))
+    if (isLight())
         m_currentLight.reset();
 }
 
 void XmlLightReceiver::endElement()
 {
-    if (lightKind(element()))
+    if (isLight())
         finishLight();
     popElement();
 }
@@ -61,7 +61,8 @@ void XmlLightReceiver::attribute(const QXmlName &name, const QStringRef &value)
 {
     if (localName(name) != QLatin1String("id"))
         return;
-    if (const LightKind *kind = lightKind(element())) {
+    if (isLight()) {
+        const LightKind *kind = lightKind(element());
         startLight(kind->type, kind->title, value.toString());
     } else if (element() == QLatin1String("target") && m_currentLight) {
         m_currentLight->setTarget(value.toString());
@@ -86,9 +87,16 @@ void XmlLightReceiver::characters(const QStringRef &value)
         m_currentLight->setFalloff(NumberReader::readNumber(value));
         qDebug() << "falloff" << m_currentLight->falloff();
     } else if (element() == QLatin1String("shadow")) {
+        // Quirk(shadow-any-text): whatever stands there switches shadows on, "none" included;
+        // kept, exporters leave the element out or empty for a light without shadows.
         m_currentLight->setShadow(true);
         qDebug() << "shadow" << m_currentLight->shadow();
     }
+}
+
+bool XmlLightReceiver::isLight() const
+{
+    return lightKind(element()) && parentElement() == QLatin1String("lights");
 }
 
 void XmlLightReceiver::startLight(int type, const char *title, const QString &id)

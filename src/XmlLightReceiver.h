@@ -24,6 +24,8 @@ public:
     void characters(const QStringRef &value) override;
 
 private:
+    /// The innermost element is one of the section, not one of that name inside a copied one.
+    bool isLight() const;
     void startLight(int type, const char *title, const QString &id);
     void finishLight();
 

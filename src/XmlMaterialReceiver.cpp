@@ -18,20 +18,20 @@ XmlMaterialReceiver::~XmlMaterialReceiver() = default;
 void XmlMaterialReceiver::startElement(const QXmlName &name)
 {
     pushElement(name);
-    if (element() == QLatin1String("material"))
+    if (isMaterial())
         m_currentMaterial.reset();
 }
 
 void XmlMaterialReceiver::endElement()
 {
-    if (element() == QLatin1String("material"))
+    if (isMaterial())
         finishMaterial();
     popElement();
 }
 
 void XmlMaterialReceiver::attribute(const QXmlName &name, const QStringRef &value)
 {
-    if (element() != QLatin1String("material") || localName(name) != QLatin1String("id"))
+    if (!isMaterial() || localName(name) != QLatin1String("id"))
         return;
     m_currentMaterial = std::make_unique<Material>();
     m_currentMaterial->setName(value.toString());
@@ -46,6 +46,11 @@ void XmlMaterialReceiver::characters(const QStringRef &value)
         setColor(parentElement(), value);
     else
         setNumber(parentElement(), value);
+}
+
+bool XmlMaterialReceiver::isMaterial() const
+{
+    return element() == QLatin1String("material") && parentElement() == QLatin1String("materials");
 }
 
 void XmlMaterialReceiver::finishMaterial()

@@ -24,6 +24,8 @@ public:
     void characters(const QStringRef &value) override;
 
 private:
+    /// The innermost element is one of the section, not one of that name inside a copied block.
+    bool isMaterial() const;
     void finishMaterial();
     void setColor(const QString &slot, const QStringRef &text);
     void setNumber(const QString &slot, const QStringRef &text);

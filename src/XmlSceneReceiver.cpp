@@ -78,6 +78,8 @@ XmlReceiver *XmlSceneReceiver::sectionReceiver(const QString &section)
 
 void XmlSceneReceiver::rebuildObjects()
 {
+    // Quirk(camera-wins-id): of objects with one id a camera hides a light, and a light a geometry;
+    // kept, ids are meant to be unique, and scenes that break that open the same way every time.
     m_objects.clear();
     m_objects.reserve(m_geometries->size() + m_lights->size() + m_cameras->size());
     for (Geometry *geometry : qAsConst(*m_geometries))

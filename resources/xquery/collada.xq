@@ -387,15 +387,26 @@ declare function local:effectTree() as element()
     return local:searchTree($sorted)
 };
 
-(: The id and the blocks of the material's effects, group by group. That is one effect as a rule; those of
-   several instance_effect elements follow each other in the order of these, within each group. :)
+(: The blocks of the material's effects. That is one effect as a rule, looked up; for several the library is walked,
+   since its order counts and not that of the instance_effect elements. :)
+declare function local:effectBlocks($material as element(), $effects as element()) as element()*
+{
+    if (count(distinct-values($material/*:instance_effect/@url)) gt 1) then
+        for $effect in $collada/*:library_effects/*:effect[@id]
+        where concat("#", $effect/@id) = $material/*:instance_effect/@url
+        return local:blocks($effect)
+    else
+        for $url in distinct-values($material/*:instance_effect/@url)
+        for $entry in local:find($effects, $url)
+        return $entry/*
+};
+
+(: The id and the blocks of the material's effects, group by group. :)
 declare function local:material($material as element(), $effects as element())
 {
     <material>{
         $material/@id,
-        for $block in (for $url in distinct-values($material/*:instance_effect/@url)
-                       for $entry in local:find($effects, $url)
-                       return $entry/*)
+        for $block in local:effectBlocks($material, $effects)
         stable order by local:blockRank($block)
         return $block
     }</material>

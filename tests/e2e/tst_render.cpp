@@ -26,6 +26,7 @@ private slots:
     void usageErrorsExitWithTwo();
     void missingSceneExitsWithThree();
     void unknownCameraExitsWithThree();
+    void pictureTooLargeExitsWithTwo();
     void unwritableOutputExitsWithFour();
     void withoutGlExitsWithFive();
     void sceneWithoutCameraAbortsAndExplains();
@@ -81,6 +82,11 @@ const char *const Scene = R"(<?xml version="1.0"?>
 
 const char *const CameraNode =
     R"(<node id="cam-node"><translate>0 0 3</translate><instance_camera url="#cam"/></node>)";
+
+bool es()
+{
+    return qEnvironmentVariable("QUORVEL_GL_LANE") == QLatin1String("es");
+}
 
 bool near(QRgb pixel, int red, int green, int blue)
 {
@@ -173,6 +179,8 @@ void TestRender::framesPrintsTheMedian()
                  .match(text.out)
                  .hasMatch(),
              qPrintable(text.out));
+    QVERIFY(run({"--frames", "1", scene, path("f.png")}).out.contains("(1 frames)"));
+    QVERIFY(run({scene, path("f.png")}).out.isEmpty());
     const Result json = run({"--frames", "4", "--json", scene, path("f.png")});
     const QJsonObject document = QJsonDocument::fromJson(json.out.toUtf8()).object();
     QCOMPARE(document.value("schema").toInt(), 1);
@@ -186,9 +194,8 @@ void TestRender::diagnoseNamesVersionsAndFolders()
     QCOMPARE(result.status, 0);
     const QJsonObject document = QJsonDocument::fromJson(result.out.toUtf8()).object();
     QCOMPARE(document.value("toolkit").toString(), QString::fromLatin1(qVersion()));
-    const bool es = qEnvironmentVariable("QUORVEL_GL_LANE") == QLatin1String("es");
-    QCOMPARE(document.value("context").toString(), QLatin1String(es ? "OpenGL ES" : "desktop OpenGL"));
-    QCOMPARE(document.value("gl_version").toString().contains("OpenGL ES"), es);
+    QCOMPARE(document.value("context").toString(), QLatin1String(es() ? "OpenGL ES" : "desktop OpenGL"));
+    QCOMPARE(document.value("gl_version").toString().startsWith("OpenGL ES 2.0"), es());
     QVERIFY(!document.value("gl_vendor").toString().isEmpty());
     QCOMPARE(document.value("global_cache").toString(), QStringLiteral("/opt/quorvel/cache"));
     QCOMPARE(document.value("local_cache").toString(), m_home->filePath(".quorvel/cache"));
@@ -217,6 +224,13 @@ void TestRender::unknownCameraExitsWithThree()
     QCOMPARE(run({"--camera", "cam-node", writeScene("square.dae"), path("out.png")}).status, 0);
 }
 
+void TestRender::pictureTooLargeExitsWithTwo()
+{
+    const Result result = run({"--size", "99999x99999", writeScene("square.dae"), path("out.png")});
+    QCOMPARE(result.status, 2);
+    QVERIFY2(result.err.contains("--size: 99999x99999 pixels are more than"), qPrintable(result.err));
+}
+
 void TestRender::unwritableOutputExitsWithFour()
 {
     const Result result = run({writeScene("square.dae"), path("no/such/folder/out.png")});
@@ -230,7 +244,9 @@ void TestRender::withoutGlExitsWithFive()
         run({writeScene("square.dae"), path("out.png")},
             {{"LIBGL_DRIVERS_PATH", "/nonexistent"}, {"__EGL_VENDOR_LIBRARY_DIRS", "/nonexistent"}});
     QVERIFY2(!result.crashed && result.status == 5, qPrintable(result.err));
-    QVERIFY2(result.err.contains("quorvel-render: no OpenGL ES 2.0 context: "), qPrintable(result.err));
+    QVERIFY2(result.err.contains(es() ? "quorvel-render: no OpenGL ES 2.0 context: "
+                                      : "quorvel-render: no desktop OpenGL context: "),
+             qPrintable(result.err));
     QVERIFY(!QFile::exists(path("out.png")));
 }
 

@@ -16,7 +16,7 @@ class TestPainterState : public QObject
     Q_OBJECT
 
 private slots:
-    void startsAsStated();
+    void startsWithDefaults();
     void copyKeepsEverything();
     void clipPlanesHoldTheScene();
     void eyeInsideTheSceneKeepsItsDistance();
@@ -36,7 +36,7 @@ const Quad unitQuad = {{-1, -1, 0}, {2, 0, 0}, {0, 2, 0}};
 
 } // namespace
 
-void TestPainterState::startsAsStated()
+void TestPainterState::startsWithDefaults()
 {
     const PainterState state(nullptr);
     QCOMPARE(state.scene(), nullptr);

@@ -25,6 +25,8 @@ private:
         QString file;
         QString testFile;
         QString testFunction;
+        /// The fixture folder that the last column names, if it does.
+        QString fixture;
     };
 
     void addRows() const;
@@ -47,12 +49,14 @@ QString readAll(const QString &relativePath)
 
 void TestQuirks::initTestCase()
 {
-    const QRegularExpression row(
-        QStringLiteral("^\\| `([a-z0-9-]+)` \\| `([^`]+)` \\| `([^`:]+)::([^`]+)` \\|"));
+    const QRegularExpression row(QStringLiteral("^\\| `([a-z0-9-]+)` \\| `([^`]+)` \\| `([^`:]+)::([^`]+)` "
+                                                "\\|"));
+    const QRegularExpression fixture(QStringLiteral("\\(fixture `([^`]+)`\\)"));
     for (const QString &line : readAll(QStringLiteral("docs/quirks.md")).split(QLatin1Char('\n'))) {
         const QRegularExpressionMatch match = row.match(line);
         if (match.hasMatch())
-            m_rows.insert(match.captured(1), {match.captured(2), match.captured(3), match.captured(4)});
+            m_rows.insert(match.captured(1), {match.captured(2), match.captured(3), match.captured(4),
+                                              fixture.match(line).captured(1)});
     }
     QVERIFY(!m_rows.isEmpty());
 
@@ -106,6 +110,9 @@ void TestQuirks::everyRowHasItsTest()
     QVERIFY2(!source.isEmpty(), qPrintable(row.testFile));
     QVERIFY2(source.contains(QLatin1String("::") + row.testFunction + QLatin1String("()")),
              qPrintable(row.testFunction));
+    QVERIFY2(row.fixture.isEmpty() ||
+                 QDir(QStringLiteral(QUORVEL_FIXTURES "/collada/") + row.fixture).exists(),
+             qPrintable(row.fixture));
 }
 
 QTEST_GUILESS_MAIN(TestQuirks)

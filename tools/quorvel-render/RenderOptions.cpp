@@ -54,8 +54,11 @@ struct CommandLine
     const QCommandLineOption version = {"version", "Print the version."};
     const QCommandLineOption diagnose = {
         "diagnose", "Print toolkit and GL versions, the kind of context and the cache folders."};
-    const QCommandLineOption size = {"size", "Size of the picture in pixels (default 640x480).", "WxH"};
-    const QCommandLineOption noShadows = {"no-shadows", "Draw without shadows and light map filtering."};
+    const QCommandLineOption size = {
+        "size",
+        "Size of the picture in pixels (default 640x480); graphics drivers set a limit, often 4096x4096.",
+        "WxH"};
+    const QCommandLineOption noShadows = {"no-shadows", "Draw without shadows."};
     const QCommandLineOption ambientOcclusion = {"ambient-occlusion", "Darken corners."};
     const QCommandLineOption outlines = {"outlines", "Draw outlines."};
     const QCommandLineOption lowQuality = {"low-quality", "Light per vertex and leave out effects."};
@@ -107,6 +110,7 @@ bool readValues(const CommandLine &line, RenderOptions *options, QString *error)
     options->camera = line.parser.value(line.camera);
     options->quiet = line.parser.isSet(line.quiet);
     options->json = line.parser.isSet(line.json);
+    options->timeFrames = line.parser.isSet(line.frames);
     return value(line.size, parseSize, &options->size) && value(line.orbit, parseOrbit, &options->orbit) &&
            value(line.frames, parseFrames, &options->frames) && value(line.gl, parseApi, &options->api);
 }

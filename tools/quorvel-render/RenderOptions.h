@@ -33,6 +33,8 @@ struct RenderOptions
     /// Degrees about the scene's centre, horizontally and vertically.
     QPointF orbit;
     int frames = 1;
+    /// --frames was given, so the median frame time is wanted.
+    bool timeFrames = false;
     /// Id of a camera or of its node, or the number of a camera node in the scene; empty for the active
     /// camera.
     QString camera;

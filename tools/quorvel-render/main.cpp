@@ -31,9 +31,15 @@ void print(const QString &text)
     fputs(qPrintable(text), stdout);
 }
 
-int noContext(const OffscreenContext &context)
+int noContext(const RenderOptions &options, const OffscreenContext &context)
 {
-    return fail(ExitStatus::NoGl, QStringLiteral("no OpenGL ES 2.0 context: ") + context.errorString());
+    if (context.isSizeRefused())
+        return fail(ExitStatus::Usage, QStringLiteral("--size: ") + context.errorString());
+    const bool es = options.api == OffscreenContext::Api::Es2;
+    return fail(ExitStatus::NoGl,
+                QStringLiteral("no %1 context: %2")
+                    .arg(es ? QStringLiteral("OpenGL ES 2.0") : QStringLiteral("desktop OpenGL"),
+                         context.errorString()));
 }
 
 QString glString(GLenum name)
@@ -45,7 +51,7 @@ int diagnose(const RenderOptions &options)
 {
     const OffscreenContext context(QSize(16, 16), options.api);
     if (!context.isValid())
-        return noContext(context);
+        return noContext(options, context);
     const SceneCache cache = SceneCache::standard();
     const QVector<QPair<QString, QString>> facts = {
         {QStringLiteral("quorvel"), QStringLiteral(QUORVEL_VERSION)},
@@ -110,7 +116,7 @@ int renderScene(const RenderOptions &options)
 
     OffscreenContext context(options.size, options.api);
     if (!context.isValid())
-        return noContext(context);
+        return noContext(options, context);
 
     Scene scene;
     ColladaLoader(&scene, options.scene);
@@ -129,7 +135,7 @@ int renderScene(const RenderOptions &options)
     QString error;
     if (!savePicture(result.picture, options.output, &error))
         return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
-    if (options.frames > 1)
+    if (options.timeFrames)
         reportFrames(options, result.frameTimes);
     return int(ExitStatus::Done);
 }
