@@ -40,14 +40,14 @@ install_packages() {
         die "apt-get could not install: ${missing[*]}"
 }
 
-# build <preset> [target...]: configures and builds. Without benchmarks where benchmarks=OFF.
+# build <preset> [target...]: configures and builds.
 build() {
     local preset=$1
     shift
     local targets=()
     [ $# -gt 0 ] && targets=(--target "$@")
     say "Building (preset $preset) in build/$preset"
-    (cd "$root" && cmake --preset "$preset" -DQUORVEL_BUILD_BENCHMARKS="${benchmarks:-ON}" >/dev/null &&
+    (cd "$root" && cmake --preset "$preset" >/dev/null &&
         cmake --build --preset "$preset" "${targets[@]}" >&2) || die "the build failed"
 }
 
