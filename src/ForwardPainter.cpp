@@ -1,14 +1,19 @@
 #include "ForwardPainter.h"
 
+#include "CubeMap.h"
 #include "Geometry.h"
 #include "GlErrors.h"
 #include "GpuGeometry.h"
+#include "Light.h"
 #include "MaterialUniforms.h"
 #include "Node.h"
 #include "PainterState.h"
+#include "RandomTextures.h"
 #include "Scene.h"
+#include "TargetScope.h"
 
 #include <QFile>
+#include <QGLFramebufferObject>
 
 #include <algorithm>
 
@@ -32,10 +37,26 @@ void activate(int unit)
     glActiveTexture(GLenum(GL_TEXTURE0 + unit));
 }
 
-void setViewport(const QRectF &viewport)
+/// Binds a texture to a unit; the filter serves both ways.
+void bindTexture(int unit, GLenum target, GLuint texture, GLint filter, GLint wrap)
 {
-    glViewport(GLint(viewport.x()), GLint(viewport.y()), GLsizei(viewport.width()),
-               GLsizei(viewport.height()));
+    activate(unit);
+    glBindTexture(target, texture);
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, filter);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, filter);
+    glTexParameteri(target, GL_TEXTURE_WRAP_S, wrap);
+    glTexParameteri(target, GL_TEXTURE_WRAP_T, wrap);
+}
+
+/// Whole pixels, at least one each way: a window that is squeezed flat still has targets.
+QSize targetSize(const QRectF &viewport)
+{
+    return QSize(int(viewport.width()), int(viewport.height())).expandedTo(QSize(1, 1));
+}
+
+bool castsMappedShadow(const Light &light)
+{
+    return light.shadow() && (light.type() == Light::SpotLight || light.type() == Light::DirectionalLight);
 }
 
 void clear(const QColor &color)
@@ -104,10 +125,17 @@ void applyOutlineLook(PainterState *frame)
 
 } // namespace
 
-ForwardPainter::ForwardPainter() : m_programs(ShadingPrograms::ofCurrentContext())
+ForwardPainter::ForwardPainter()
+    : m_programs(ShadingPrograms::ofCurrentContext())
+    , m_normalDepthPass(m_programs, m_debug)
+    , m_ambientOcclusionPass(m_programs, m_quad, m_debug)
+    , m_outlinePass(m_programs, m_quad, m_debug)
+    , m_shadowMaps(m_programs, m_debug)
 {
     m_programs.buildLighting();
 }
+
+ForwardPainter::~ForwardPainter() = default;
 
 void ForwardPainter::paint(PainterState &state)
 {
@@ -115,12 +143,29 @@ void ForwardPainter::paint(PainterState &state)
     if (frame.outlines())
         applyOutlineLook(&frame);
     ShaderPainter::paint(frame);
-    if (frame.viewport() != m_lastViewport) {
+    const bool needsTargets = frame.ambientOcclusion() || frame.outlines();
+    if (frame.viewport() != m_lastViewport || (needsTargets && !m_targets.exist())) {
         createRenderTargets(frame);
         m_lastViewport = frame.viewport();
     }
-    setViewport(frame.viewport());
-    lightingPass(frame);
+
+    if (!frame.lowQuality() && frame.castShadows() && !m_lightMap.isLoaded())
+        renderShadowMaps(frame);
+
+    if (frame.ambientOcclusion() && !frame.lowQuality()) {
+        lightingPassIntoTarget(frame);
+        m_normalDepthPass.draw(frame, m_targets, *this, frontFace());
+        m_ambientOcclusionPass.draw(frame, m_targets, m_random->normals(), frame.outlines());
+        if (frame.outlines())
+            m_outlinePass.draw(frame, m_targets, m_targets.occlusion());
+    } else if (!frame.outlines() || frame.lowQuality()) {
+        setScreenViewport(frame.viewport());
+        lightingPass(frame);
+    } else {
+        lightingPassIntoTarget(frame);
+        m_normalDepthPass.draw(frame, m_targets, *this, frontFace());
+        m_outlinePass.draw(frame, m_targets, m_targets.lighting());
+    }
 }
 
 void ForwardPainter::prepare(PainterState &state)
@@ -132,6 +177,9 @@ void ForwardPainter::prepare(PainterState &state)
 void ForwardPainter::release()
 {
     ShaderPainter::release();
+    m_targets.clear();
+    m_random.reset();
+    m_shadowMaps.clear();
     m_lightMap = LightMap();
     m_lightTargets = LightTargets();
     m_lastViewport = QRectF();
@@ -139,11 +187,60 @@ void ForwardPainter::release()
 
 void ForwardPainter::createRenderTargets(const PainterState &state)
 {
+    const QSize size = targetSize(state.viewport());
+    if (state.ambientOcclusion() || state.outlines())
+        m_targets.resize(size);
+    else if (m_targets.exist() && m_targets.size() != size)
+        m_targets.clear();
+    if (!m_random)
+        m_random = std::make_unique<RandomTextures>();
+    loadLightMap(state);
+}
+
+void ForwardPainter::loadLightMap(const PainterState &state)
+{
     const QString lightMapFile = LightMap::fileName(state.scene()->name());
     if (!m_lightMap.isLoaded() && QFile::exists(lightMapFile)) {
         if (m_lightMap.load(lightMapFile))
             logGlError(__FILE__, __LINE__);
     }
+}
+
+void ForwardPainter::renderShadowMaps(const PainterState &state)
+{
+    // Quirk(point-shadows): a point light casts no shadows, though its cube map could be drawn;
+    // six more views of the scene are too much for a frame of the devices this is made for.
+    for (const Node *node : qAsConst(*state.scene()).nodes()) {
+        const Light *light = node->lightModel();
+        if (!light || !castsMappedShadow(*light))
+            continue;
+        m_shadowMaps.makeMap(light);
+        renderShadowMap(state, *node);
+    }
+}
+
+void ForwardPainter::renderShadowMap(const PainterState &state, const Node &lightNode)
+{
+    const Light *light = lightNode.lightModel();
+    Q_ASSERT(light && light->type() != Light::PointLight);
+    const QGLFramebufferObject *shadowMap = m_shadowMaps.map(light);
+    Q_ASSERT(shadowMap);
+    m_shadowMaps.draw(state, lightNode, *this, frontFace());
+}
+
+void ForwardPainter::renderCubeShadowMap(const PainterState &state, const Node &lightNode)
+{
+    const Light *light = lightNode.lightModel();
+    Q_ASSERT(light && light->type() == Light::PointLight);
+    const CubeMap *cubemap = m_shadowMaps.cubeMap(light);
+    Q_ASSERT(cubemap);
+    m_shadowMaps.drawCube(state, lightNode, *this, frontFace());
+}
+
+void ForwardPainter::lightingPassIntoTarget(const PainterState &state)
+{
+    const TargetScope target(m_targets.lighting());
+    lightingPass(state);
 }
 
 void ForwardPainter::lightingPass(const PainterState &state)
@@ -156,8 +253,9 @@ void ForwardPainter::lightingPass(const PainterState &state)
     const bool singlePassLinked = m_programs.program(Shading::SinglePassPhong).isLinked();
     ShaderProgram &program =
         m_programs.program(chooseShading(state.lowQuality(), m_lightMap.isLoaded(), singlePassLinked));
+    const TexturingScope texturing(state.castShadows());
     program.bind();
-    setSamplers(program);
+    setSamplers(state, program);
     setLights(state, program);
     drawOpaque(state, program, culling);
     drawTransparent(state, program, culling);
@@ -165,7 +263,7 @@ void ForwardPainter::lightingPass(const PainterState &state)
     unbindTextures();
 }
 
-void ForwardPainter::setSamplers(ShaderProgram &program) const
+void ForwardPainter::setSamplers(const PainterState &state, ShaderProgram &program)
 {
     for (int i = 0; i < MaxLights; ++i) {
         program.set(element(Uniform::ShadowMap0, i), ShadowMapUnit + i);
@@ -173,19 +271,50 @@ void ForwardPainter::setSamplers(ShaderProgram &program) const
     }
     program.set(Uniform::OcclusionMap, int(OcclusionMapUnit));
     program.set(Uniform::PcfRotationMap, int(PcfRotationUnit));
+
+    const bool occlusion = state.ambientOcclusion() && !m_lightMap.isLoaded();
     if (m_lightMap.isLoaded()) {
         activate(OcclusionMapUnit);
         m_lightMap.bind();
+    } else if (occlusion) {
+        bindTexture(OcclusionMapUnit, GL_TEXTURE_2D, m_targets.occlusion().texture(), GL_LINEAR,
+                    GL_CLAMP_TO_EDGE);
     }
-    program.set(Uniform::Occlusion, false);
+    program.set(Uniform::Occlusion, occlusion);
+    if (state.castShadows()) {
+        bindTexture(PcfRotationUnit, GL_TEXTURE_2D, m_random->rotations().texture(), GL_NEAREST, GL_REPEAT);
+    }
 }
 
 void ForwardPainter::setLights(const PainterState &state, ShaderProgram &program)
 {
     const FrameLights frame = frameLights(state, m_lightTargets);
-    for (int i = 0; i < frame.count; ++i)
-        setLight(program, i, frame.lights[size_t(i)]);
+    for (int i = 0; i < frame.count; ++i) {
+        const LightUniforms &uniforms = frame.lights[size_t(i)];
+        setLight(program, i, uniforms);
+        const Light &light = *uniforms.node->lightModel();
+        if (state.castShadows() && light.shadow())
+            bindShadow(i, light, *uniforms.node, program);
+    }
     program.set(Uniform::LightCount, frame.count);
+}
+
+void ForwardPainter::bindShadow(int i, const Light &light, const Node &lightNode,
+                                ShaderProgram &program) const
+{
+    const QMatrix4x4 shadowMatrix = m_shadowMaps.matrix(&light);
+    if (const QGLFramebufferObject *map = m_shadowMaps.map(&light)) {
+        bindTexture(ShadowMapUnit + i, GL_TEXTURE_2D, map->texture(), GL_NEAREST, GL_CLAMP_TO_EDGE);
+        program.set(element(Uniform::LightsShadowMatrix, i), shadowMatrix);
+        program.set(element(Uniform::LightsShadowMap, i), true);
+    } else if (const CubeMap *cubeMap = m_shadowMaps.cubeMap(&light)) {
+        const QVector4D position(lightNode.worldTransform().map(QVector3D()), 1.0f);
+        bindTexture(CubeShadowMapUnit + i, GL_TEXTURE_CUBE_MAP, cubeMap->texture(), GL_NEAREST,
+                    GL_CLAMP_TO_EDGE);
+        program.set(element(Uniform::LightsScenePos, i), shadowMatrix * position);
+        program.set(element(Uniform::LightsShadowMatrix, i), shadowMatrix);
+        program.set(element(Uniform::LightsCubeShadowMap, i), true);
+    }
 }
 
 void ForwardPainter::drawOpaque(const PainterState &state, ShaderProgram &program, CullingScope &culling)

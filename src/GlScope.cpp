@@ -16,6 +16,22 @@ CapabilityScope::~CapabilityScope()
     glDisable(m_capability);
 }
 
+TexturingScope::TexturingScope(bool on) : m_on(on && !QOpenGLContext::currentContext()->isOpenGLES())
+{
+    if (!m_on)
+        return;
+    glEnable(GL_TEXTURE_2D);
+    glEnable(GL_TEXTURE_CUBE_MAP);
+}
+
+TexturingScope::~TexturingScope()
+{
+    if (!m_on)
+        return;
+    glDisable(GL_TEXTURE_CUBE_MAP);
+    glDisable(GL_TEXTURE_2D);
+}
+
 TransparencyScope::TransparencyScope()
 {
     glDepthMask(GL_FALSE);

@@ -19,6 +19,20 @@ private:
     GLenum m_capability;
 };
 
+/// Enables 2D and cube-map texturing of the active unit for a scope, if wanted at all. Only a desktop context
+/// knows such switches; an ES context is left alone.
+class TexturingScope
+{
+public:
+    explicit TexturingScope(bool on);
+    ~TexturingScope();
+    TexturingScope(const TexturingScope &) = delete;
+    TexturingScope &operator=(const TexturingScope &) = delete;
+
+private:
+    bool m_on;
+};
+
 /// Blends over what is drawn already, by the source's alpha, and leaves depths as they are, for a scope.
 class TransparencyScope
 {

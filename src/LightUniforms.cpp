@@ -38,6 +38,7 @@ LightUniforms lightUniforms(const PainterState &state, const Node &node, LightTa
         mapNormal(sceneToView.normalMatrix(), lightDirection(*state.scene(), node, targets));
 
     LightUniforms uniforms;
+    uniforms.node = &node;
     // Quirk(light-multiplier): the light's multiplier does not enter;
     // it is carried with the scene, and scenes are lit by their colours alone.
     uniforms.color = toVector(light.color());

@@ -50,6 +50,8 @@ struct LightUniforms
 {
     enum class Kind { Directional, Point, Spot };
 
+    /// The node that holds the light.
+    const Node *node = nullptr;
     Kind kind = Kind::Point;
     QVector4D color;
     /// Position with w = 1 or, for a directional light, the direction towards it with w = 0.

@@ -1,6 +1,7 @@
 #include "ShadingPrograms.h"
 
 #include <QOpenGLContext>
+#include <QtDebug>
 
 #include <map>
 
@@ -15,9 +16,7 @@ constexpr int lastLight = MaxLights - 1;
 const ShaderSource &source(Shading shading)
 {
     static const std::array<ShaderSource, 3> sources = {{
-        {"single-pass Phong",
-         ":/shaders/phong-singlepass-n900.vsh",
-         ":/shaders/phong-singlepass-n900.fsh",
+        {{"single-pass Phong", ":/shaders/phong-singlepass-n900.vsh", ":/shaders/phong-singlepass-n900.fsh"},
          {Uniform::ModelToScene,
           Uniform::ModelToView,
           Uniform::ModelToViewNormal,
@@ -40,21 +39,43 @@ const ShaderSource &source(Shading shading)
           element(Uniform::LightsIsSpot, lastLight),
           element(Uniform::LightsShadowMap, lastLight),
           element(Uniform::LightsShadowMatrix, lastLight)}},
-        {"per-vertex Phong",
-         ":/shaders/phong-per-vertex-n900.vsh",
-         ":/shaders/phong-per-vertex-n900.fsh",
+        {{"per-vertex Phong", ":/shaders/phong-per-vertex-n900.vsh", ":/shaders/phong-per-vertex-n900.fsh"},
          {Uniform::ModelToView, Uniform::ModelToViewNormal, Uniform::ModelToClip, Uniform::MaterialAmbient,
           Uniform::MaterialDiffuse, Uniform::MaterialSpecular, Uniform::MaterialShininess,
           Uniform::MaterialTransparency, Uniform::LightCount, element(Uniform::LightsPos, lastLight),
           element(Uniform::LightsColor, lastLight), element(Uniform::LightsDirection, lastLight),
           element(Uniform::LightsCosHotspot, lastLight), element(Uniform::LightsCosFalloff, lastLight),
           element(Uniform::LightsIsSpot, lastLight)}},
-        {"light mapping",
-         ":/shaders/lightmapping.vsh",
-         ":/shaders/lightmapping.fsh",
+        {{"light mapping", ":/shaders/lightmapping.vsh", ":/shaders/lightmapping.fsh"},
          {Uniform::ModelToClip, Uniform::OcclusionMap}},
     }};
     return sources[size_t(shading)];
+}
+
+template <typename Uniform>
+std::vector<Uniform> all()
+{
+    std::vector<Uniform> uniforms;
+    for (int i = 0; i < int(Uniform::Count); ++i)
+        uniforms.push_back(Uniform(i));
+    return uniforms;
+}
+
+template <typename Uniform>
+ProgramOf<Uniform> &built(ProgramOf<Uniform> &program, const ShaderFiles &files)
+{
+    if (!program.isLinked())
+        program.build({files, all<Uniform>()});
+    return program;
+}
+
+/// Every scene is drawn with 32-bit indices, which OpenGL ES 2.0 has as an extension only.
+void warnIfIndicesAreNarrow(const QOpenGLContext &context)
+{
+    if (context.isOpenGLES() && context.format().majorVersion() < 3 &&
+        !context.hasExtension("GL_OES_element_index_uint"))
+        qWarning("This OpenGL ES has no 32-bit indices (GL_OES_element_index_uint): no scene can be drawn "
+                 "with it");
 }
 
 } // namespace
@@ -73,8 +94,10 @@ ShadingPrograms &ShadingPrograms::ofCurrentContext()
 
     QOpenGLContextGroup *group = QOpenGLContext::currentContext()->shareGroup();
     const auto [set, isNew] = sets.try_emplace(group);
-    if (isNew)
+    if (isNew) {
+        warnIfIndicesAreNarrow(*QOpenGLContext::currentContext());
         QObject::connect(group, &QObject::destroyed, [group] { sets.erase(group); });
+    }
     return set->second;
 }
 
@@ -84,6 +107,29 @@ void ShadingPrograms::buildLighting()
         return;
     for (const Shading shading : {Shading::SinglePassPhong, Shading::PerVertexPhong, Shading::LightMapping})
         program(shading).build(source(shading));
+    built(m_shadowMap, {"shadow map", ":/shaders/shadowmap.vsh", ":/shaders/shadowmap.fsh"});
+}
+
+NormalDepthProgram &ShadingPrograms::normalDepth()
+{
+    return built(m_normalDepth, {"normal-depth", ":/shaders/normalDepth.vsh", ":/shaders/normalDepth.fsh"});
+}
+
+OutlineProgram &ShadingPrograms::outline()
+{
+    return built(m_outline,
+                 {"outline", ":/shaders/outline/phong-outline.vsh", ":/shaders/outline/phong-outline.fsh"});
+}
+
+OcclusionProgram &ShadingPrograms::ambientOcclusion()
+{
+    return built(m_ambientOcclusion,
+                 {"ambient occlusion", ":/shaders/ssao/ssao.vsh", ":/shaders/ssao/ssao.fsh"});
+}
+
+BlurProgram &ShadingPrograms::occlusionBlur()
+{
+    return built(m_occlusionBlur, {"occlusion blur", ":/shaders/ssao/blur.vsh", ":/shaders/ssao/blur.fsh"});
 }
 
 } // namespace Quorvel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PassUniforms.h"
 #include "ShaderProgram.h"
 
 #include <array>
@@ -29,13 +30,25 @@ public:
     ShadingPrograms(const ShadingPrograms &) = delete;
     ShadingPrograms &operator=(const ShadingPrograms &) = delete;
 
-    /// Builds the lighting programs unless the single-pass one is there already.
+    /// Builds the lighting programs and the shadow-map one unless the single-pass one is there already.
     void buildLighting();
 
     ShaderProgram &program(Shading shading) { return m_lighting[size_t(shading)]; }
+    ShadowMapProgram &shadowMap() { return m_shadowMap; }
+
+    /// The programs of the post passes, each built when it is first asked for.
+    NormalDepthProgram &normalDepth();
+    OutlineProgram &outline();
+    OcclusionProgram &ambientOcclusion();
+    BlurProgram &occlusionBlur();
 
 private:
     std::array<ShaderProgram, 3> m_lighting;
+    ShadowMapProgram m_shadowMap;
+    NormalDepthProgram m_normalDepth;
+    OutlineProgram m_outline;
+    OcclusionProgram m_ambientOcclusion;
+    BlurProgram m_occlusionBlur;
 };
 
 } // namespace Quorvel

@@ -66,7 +66,10 @@ LIGHTING float occluded(sampler2D shadowMap, LIGHTING vec2 uv, LIGHTING float re
 LIGHTING float shadowFactor(sampler2D shadowMap, LIGHTING vec4 shadowCoord, LIGHTING float NdotL)
 {
     LIGHTING vec2 uv = (shadowCoord.xy / shadowCoord.w + 1.0) / 2.0;
-    // The map holds z before the division by w, so the receiver's is not divided either.
+    // Quirk(receiver-not-divided): depths are compared before the division by w, which x and y go through;
+    // the map holds such values, which grow evenly with the distance from the light.
+    // Quirk(shadow-bias): 0.04 takes the first 1/25 of the far distance off a spot's shadows, and beyond a far
+    // distance of about 25 all of a directional light's, whose depths end at 1/far; scenes are lit for it.
     LIGHTING float bias = 0.000015 / (NdotL * NdotL) + 0.04;
     LIGHTING float receiver = shadowCoord.z - bias;
     LIGHTING vec2 rotation = texture2D(pcfRotationMap, gl_FragCoord.xy / rotationMapSize).xy * 2.0 - 1.0;

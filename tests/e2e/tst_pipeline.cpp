@@ -90,6 +90,8 @@ private slots:
     void setSceneDeletesTheOneBefore();
     void heightOfZeroCountsAsOne();
     void sameTypeAgainChangesNothing();
+    void effectsReachTheWindow_data();
+    void effectsReachTheWindow();
     void preparePainterClearsToBlack();
     void frameRateIsLoggedOnlyWhileAnimating();
 };
@@ -193,6 +195,37 @@ void TestPipeline::sameTypeAgainChangesNothing()
     QVERIFY(isNear(pipeline.middleAfterPaint(), wallColor));
     pipeline.deletePainter();
     QVERIFY(isNear(pipeline.middleAfterPaint(), black));
+}
+
+void TestPipeline::effectsReachTheWindow_data()
+{
+    QTest::addColumn<bool>("occlusion");
+    QTest::addColumn<bool>("outlines");
+    QTest::newRow("shadows only") << false << false;
+    QTest::newRow("occlusion") << true << false;
+    QTest::newRow("outlines") << false << true;
+    QTest::newRow("both") << true << true;
+}
+
+void TestPipeline::effectsReachTheWindow()
+{
+    QFETCH(bool, occlusion);
+    QFETCH(bool, outlines);
+    OpenPipeline pipeline;
+    pipeline.setScene(wallScene());
+    pipeline.setPainterType(Pipeline::ForwardPainterType);
+    pipeline.middleAfterPaint();
+    pipeline.state().setCastShadows(true);
+    pipeline.state().setAmbientOcclusion(occlusion);
+    pipeline.state().setOutlines(outlines);
+    // A plain wall is neither occluded nor outlined; outlines add 0.2 to the ambient light.
+    const QColor expected = outlines ? QColor(153, 77, 0) : wallColor;
+    for (int frame = 0; frame < 2; ++frame) {
+        const QColor drawn = pipeline.middleAfterPaint();
+        QVERIFY2(isNear(drawn, expected), qPrintable(drawn.name()));
+    }
+    pipeline.makeCurrent();
+    QCOMPARE(glGetError(), GLenum(GL_NO_ERROR));
 }
 
 void TestPipeline::preparePainterClearsToBlack()

@@ -57,30 +57,6 @@ Vector clamped(const Vector &v)
     return {std::clamp(v.x, 0.0, 1.0), std::clamp(v.y, 0.0, 1.0), std::clamp(v.z, 0.0, 1.0)};
 }
 
-Vector lit(const Picture &picture, const Surface &surface, const Vector &position, const Vector &normal)
-{
-    Vector color = surface.ambient;
-    const Vector n = unit(normal);
-    const Vector toEye = unit(picture.eye - position);
-    for (const Light &light : picture.lights) {
-        const Vector toLight = light.kind == Light::Kind::Directional ? unit(-1.0 * light.direction)
-                                                                      : unit(light.position - position);
-        const double lambert = dot(n, toLight);
-        if (lambert <= 0.0)
-            continue;
-        double cone = 1.0;
-        if (light.kind == Light::Kind::Spot) {
-            const double inner = std::cos(radians(light.hotspot / 2));
-            const double outer = std::cos(radians(light.falloff / 2));
-            cone = std::clamp((dot(-1.0 * toLight, light.direction) - outer) / (inner - outer), 0.0, 1.0);
-        }
-        const Vector halfway = unit(toLight + toEye);
-        const double highlight = std::pow(std::max(dot(n, halfway), 0.0), surface.shininess);
-        color = color + cone * times(light.color, lambert * surface.diffuse + highlight * surface.specular);
-    }
-    return clamped(color);
-}
-
 struct Hit
 {
     double distance = 0.0;
@@ -106,6 +82,68 @@ std::optional<Hit> intersect(const Vector &origin, const Vector &direction, cons
     return Hit{distance, {1.0 - u - v, u, v}};
 }
 
+/// Not normalised: the light stands at 1, unless it is directional.
+Vector towards(const Light &light, const Vector &position)
+{
+    return light.kind == Light::Kind::Directional ? -1.0 * light.direction : light.position - position;
+}
+
+bool isHidden(const Picture &picture, const Item &receiver, const Light &light, const Vector &position)
+{
+    const double end = light.kind == Light::Kind::Directional ? HUGE_VAL : 1.0;
+    for (const Item &item : picture.items) {
+        if (&item == &receiver || !item.castsShadow)
+            continue;
+        for (const Triangle &triangle : item.triangles) {
+            const std::optional<Hit> hit = intersect(position, towards(light, position), triangle);
+            if (hit && hit->distance < end)
+                return true;
+        }
+    }
+    return false;
+}
+
+/// Whether places within the penumbra's width disagree on being hidden from the light.
+bool isPenumbra(const Picture &picture, const Item &receiver, const Light &light, const Vector &position)
+{
+    const Vector ray = unit(towards(light, position));
+    const Vector across = unit(std::abs(ray.x) < 0.9 ? cross(ray, {1, 0, 0}) : cross(ray, {0, 1, 0}));
+    const Vector other = cross(ray, across);
+    const bool hidden = isHidden(picture, receiver, light, position);
+    constexpr int directions = 16;
+    for (int i = 0; i < directions; ++i) {
+        const double angle = radians(360.0 * i / directions);
+        const Vector offset = light.penumbra * (std::cos(angle) * across + std::sin(angle) * other);
+        if (isHidden(picture, receiver, light, position + offset) != hidden)
+            return true;
+    }
+    return false;
+}
+
+Vector lit(const Picture &picture, const Item &item, const Vector &position, const Vector &normal)
+{
+    const Surface &surface = item.surface;
+    Vector color = surface.ambient;
+    const Vector n = unit(normal);
+    const Vector toEye = unit(picture.eye - position);
+    for (const Light &light : picture.lights) {
+        const Vector toLight = unit(towards(light, position));
+        const double lambert = dot(n, toLight);
+        if (lambert <= 0.0 || (light.castsShadows && isHidden(picture, item, light, position)))
+            continue;
+        double cone = 1.0;
+        if (light.kind == Light::Kind::Spot) {
+            const double inner = std::cos(radians(light.hotspot / 2));
+            const double outer = std::cos(radians(light.falloff / 2));
+            cone = std::clamp((dot(-1.0 * toLight, light.direction) - outer) / (inner - outer), 0.0, 1.0);
+        }
+        const Vector halfway = unit(toLight + toEye);
+        const double highlight = std::pow(std::max(dot(n, halfway), 0.0), surface.shininess);
+        color = color + cone * times(light.color, lambert * surface.diffuse + highlight * surface.specular);
+    }
+    return clamped(color);
+}
+
 Vector surfaceColor(const Picture &picture, const Item &item, const Triangle &triangle, const Hit &hit)
 {
     Vector position;
@@ -115,10 +153,10 @@ Vector surfaceColor(const Picture &picture, const Item &item, const Triangle &tr
         position = position + hit.weights[i] * triangle.positions[i];
         normal = normal + hit.weights[i] * triangle.normals[i];
         if (picture.perVertex)
-            cornerColor = cornerColor + hit.weights[i] * lit(picture, item.surface, triangle.positions[i],
-                                                             triangle.normals[i]);
+            cornerColor =
+                cornerColor + hit.weights[i] * lit(picture, item, triangle.positions[i], triangle.normals[i]);
     }
-    return picture.perVertex ? cornerColor : lit(picture, item.surface, position, normal);
+    return picture.perVertex ? cornerColor : lit(picture, item, position, normal);
 }
 
 struct Sample
@@ -126,6 +164,9 @@ struct Sample
     Vector color;
     /// Items and triangles that were drawn here, in order.
     std::vector<const Triangle *> shown;
+    /// Of the last opaque one, or of anything blended over it.
+    bool shadowed = false;
+    bool penumbra = false;
 };
 
 /// `x` and `y` in pixels, from the top left.
@@ -150,6 +191,15 @@ Sample sample(const Picture &picture, double x, double y, bool withColor)
             if (!withColor)
                 continue;
             const Vector color = surfaceColor(picture, item, triangle, *hit);
+            const Vector position = picture.eye + hit->distance * direction;
+            if (!item.blended)
+                result.shadowed = result.penumbra = false;
+            for (const Light &light : picture.lights) {
+                if (!light.castsShadows)
+                    continue;
+                result.shadowed = result.shadowed || isHidden(picture, item, light, position);
+                result.penumbra = result.penumbra || isPenumbra(picture, item, light, position);
+            }
             result.color = item.blended
                                ? item.surface.opacity * color + (1 - item.surface.opacity) * result.color
                                : color;
@@ -178,7 +228,7 @@ Comparison compare(const Picture &picture, const QImage &drawn, int tolerance)
     for (int y = 0; y < picture.size.height(); ++y) {
         for (int x = 0; x < picture.size.width(); ++x) {
             const Sample centre = sample(picture, x + 0.5, y + 0.5, true);
-            bool uniform = true;
+            bool uniform = !centre.penumbra;
             for (const double dx : {-0.1, 1.1}) {
                 for (const double dy : {-0.1, 1.1})
                     uniform = uniform && sample(picture, x + dx, y + dy, false).shown == centre.shown;
@@ -187,6 +237,7 @@ Comparison compare(const Picture &picture, const QImage &drawn, int tolerance)
                 continue;
             ++comparison.compared;
             comparison.onSurfaces += centre.shown.empty() ? 0 : 1;
+            comparison.shadowed += centre.shadowed ? 1 : 0;
             const QColor actual = drawn.pixelColor(x, y);
             const QColor expected(byte(centre.color.x), byte(centre.color.y), byte(centre.color.z));
             const int difference = std::max({std::abs(actual.red() - expected.red()),

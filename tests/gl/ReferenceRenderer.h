@@ -48,6 +48,9 @@ struct Light
     /// Full angles in degrees.
     double hotspot = 0.0;
     double falloff = 0.0;
+    bool castsShadows = false;
+    /// How far, across the light's rays, the soft edge of a shadow may reach to either side.
+    double penumbra = 0.0;
 };
 
 struct Triangle
@@ -62,6 +65,8 @@ struct Item
     std::vector<Triangle> triangles;
     Surface surface;
     bool blended = false;
+    /// On other items; an item never lies in its own shadow.
+    bool castsShadow = true;
 };
 
 struct Picture
@@ -87,10 +92,13 @@ std::vector<Triangle> quad(const QVector3D &origin, const QVector3D &u, const QV
 /// What differs between a picture as drawn and as computed.
 struct Comparison
 {
-    /// Pixels that lie wholly on the same triangles or wholly on none; others are not compared.
+    /// Pixels that lie wholly on the same triangles or wholly on none, and not on the edge of a shadow;
+    /// others are not compared.
     int compared = 0;
     /// Compared pixels that show at least one triangle.
     int onSurfaces = 0;
+    /// Compared pixels that some light does not reach for something that stands in its way.
+    int shadowed = 0;
     int differing = 0;
     int largestDifference = 0;
     /// The first differing pixel, for people.

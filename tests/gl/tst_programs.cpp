@@ -8,6 +8,7 @@
 
 #include <QtTest>
 
+#include <functional>
 #include <set>
 
 using namespace Quorvel;
@@ -27,6 +28,8 @@ private slots:
     void activeUniformsAreInTheTable();
     void attributesStandInTheirSlots_data() { addPrograms(); }
     void attributesStandInTheirSlots();
+    void eachIsBuiltOnce_data() { addPrograms(); }
+    void eachIsBuiltOnce();
     void laterPaintersShareThem();
     void anotherContextHasItsOwn();
     void cleanup() { QCOMPARE(glErrors(), QStringList()); }
@@ -40,71 +43,119 @@ private:
 namespace
 {
 
-GLuint builtProgram(int shading)
+/// A program of any family, after it was built.
+struct Built
+{
+    GLuint id = 0;
+    bool isLinked = false;
+    /// All that its family knows.
+    std::set<QByteArray> uniforms;
+};
+
+template <typename Uniform>
+Built built(const ProgramOf<Uniform> &program)
+{
+    Built built{program.id(), program.isLinked(), {}};
+    for (int i = 0; i < int(Uniform::Count); ++i)
+        built.uniforms.insert(uniformName(Uniform(i)));
+    return built;
+}
+
+Built lighting(Shading shading)
 {
     ShadingPrograms &programs = ShadingPrograms::ofCurrentContext();
     programs.buildLighting();
-    return programs.program(Shading(shading)).id();
+    return built(programs.program(shading));
+}
+
+Built builtProgram(const QString &name)
+{
+    ShadingPrograms &programs = ShadingPrograms::ofCurrentContext();
+    programs.buildLighting();
+    const QMap<QString, std::function<Built()>> all = {
+        {"single-pass Phong", [] { return lighting(Shading::SinglePassPhong); }},
+        {"per-vertex Phong", [] { return lighting(Shading::PerVertexPhong); }},
+        {"light mapping", [] { return lighting(Shading::LightMapping); }},
+        {"shadow map", [&] { return built(programs.shadowMap()); }},
+        {"normal-depth", [&] { return built(programs.normalDepth()); }},
+        {"outline", [&] { return built(programs.outline()); }},
+        {"ambient occlusion", [&] { return built(programs.ambientOcclusion()); }},
+        {"occlusion blur", [&] { return built(programs.occlusionBlur()); }},
+    };
+    return all.value(name)();
+}
+
+GLuint singlePass()
+{
+    return builtProgram("single-pass Phong").id;
+}
+
+/// As if no painter had been there yet.
+void forgetAll()
+{
+    ShadingPrograms &programs = ShadingPrograms::ofCurrentContext();
+    for (const Shading shading : {Shading::SinglePassPhong, Shading::PerVertexPhong, Shading::LightMapping})
+        programs.program(shading) = ShaderProgram();
+    programs.shadowMap() = ShadowMapProgram();
+    programs.normalDepth() = NormalDepthProgram();
+    programs.outline() = OutlineProgram();
+    programs.ambientOcclusion() = OcclusionProgram();
+    programs.occlusionBlur() = BlurProgram();
 }
 
 } // namespace
 
 void TestPrograms::addPrograms()
 {
-    QTest::addColumn<int>("shading");
-    QTest::newRow("single-pass Phong") << int(Shading::SinglePassPhong);
-    QTest::newRow("per-vertex Phong") << int(Shading::PerVertexPhong);
-    QTest::newRow("light mapping") << int(Shading::LightMapping);
+    QTest::addColumn<QString>("name");
+    for (const char *name : {"single-pass Phong", "per-vertex Phong", "light mapping", "shadow map",
+                             "normal-depth", "outline", "ambient occlusion", "occlusion blur"})
+        QTest::newRow(name) << name;
 }
 
 void TestPrograms::allLink()
 {
-    QFETCH(int, shading);
-    ShadingPrograms &programs = ShadingPrograms::ofCurrentContext();
-    programs.program(Shading::SinglePassPhong) = ShaderProgram();
+    QFETCH(QString, name);
+    forgetAll();
     QStringList complaints;
-    GLuint program = 0;
+    Built program;
     {
         const MessageCapture capture;
-        program = builtProgram(shading);
+        program = builtProgram(name);
         complaints = MessageCapture::lines();
     }
     // Neither a missing uniform nor the compiler has given a warning.
     QCOMPARE(complaints, QStringList());
-    QVERIFY(programs.program(Shading(shading)).isLinked());
+    QVERIFY(program.isLinked);
     GLint linked = 0;
-    glGetProgramiv(program, GL_LINK_STATUS, &linked);
+    glGetProgramiv(program.id, GL_LINK_STATUS, &linked);
     QCOMPARE(linked, GLint(GL_TRUE));
 }
 
 void TestPrograms::activeUniformsAreInTheTable()
 {
-    QFETCH(int, shading);
-    std::set<QByteArray> names;
-    for (int i = 0; i < int(Uniform::Count); ++i)
-        names.insert(uniformName(Uniform(i)));
-
-    const GLuint program = builtProgram(shading);
+    QFETCH(QString, name);
+    const Built program = builtProgram(name);
     GLint count = 0;
-    glGetProgramiv(program, GL_ACTIVE_UNIFORMS, &count);
+    glGetProgramiv(program.id, GL_ACTIVE_UNIFORMS, &count);
     QVERIFY(count > 0);
     for (GLuint i = 0; i < GLuint(count); ++i) {
         char buffer[256];
         GLint size = 0;
         GLenum type = 0;
-        glGetActiveUniform(program, i, sizeof buffer, nullptr, &size, &type, buffer);
-        QByteArray name(buffer);
-        if (size > 1 && !name.endsWith("[0]"))
-            name += "[0]";
-        QVERIFY2(names.count(name), name.constData());
+        glGetActiveUniform(program.id, i, sizeof buffer, nullptr, &size, &type, buffer);
+        QByteArray uniform(buffer);
+        if (size > 1 && !uniform.endsWith("[0]"))
+            uniform += "[0]";
+        QVERIFY2(program.uniforms.count(uniform), uniform.constData());
         QVERIFY(size == 1 || size == MaxLights);
     }
 }
 
 void TestPrograms::attributesStandInTheirSlots()
 {
-    QFETCH(int, shading);
-    const GLuint program = builtProgram(shading);
+    QFETCH(QString, name);
+    const GLuint program = builtProgram(name).id;
     QCOMPARE(glGetAttribLocation(program, "vertexPos"), int(Attribute::Position));
     const GLint normal = glGetAttribLocation(program, "vertexNormal");
     QVERIFY(normal == -1 || normal == int(Attribute::Normal));
@@ -112,17 +163,26 @@ void TestPrograms::attributesStandInTheirSlots()
     QVERIFY(texcoord == -1 || texcoord == int(Attribute::Texcoord));
 }
 
+void TestPrograms::eachIsBuiltOnce()
+{
+    QFETCH(QString, name);
+    const GLuint program = builtProgram(name).id;
+    QCOMPARE(builtProgram(name).id, program);
+    const ForwardPainter painter;
+    QCOMPARE(builtProgram(name).id, program);
+}
+
 void TestPrograms::laterPaintersShareThem()
 {
     const ForwardPainter first;
-    const GLuint program = builtProgram(0);
+    const GLuint program = singlePass();
     const ForwardPainter second;
-    QCOMPARE(builtProgram(0), program);
+    QCOMPARE(singlePass(), program);
 }
 
 void TestPrograms::anotherContextHasItsOwn()
 {
-    const GLuint program = builtProgram(0);
+    const GLuint program = singlePass();
     for (int i = 0; i < 3; ++i) {
         OffscreenContext other(QSize(16, 16), m_context.isEs() ? OffscreenContext::Api::Es2
                                                                : OffscreenContext::Api::Desktop);
@@ -142,7 +202,7 @@ void TestPrograms::anotherContextHasItsOwn()
         QCOMPARE(glErrors(), QStringList());
     }
     m_context.makeCurrent();
-    QCOMPARE(builtProgram(0), program);
+    QCOMPARE(singlePass(), program);
     QVERIFY(glIsProgram(program));
 }
 
