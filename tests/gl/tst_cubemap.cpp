@@ -22,7 +22,7 @@ class TestCubeMap : public QObject
     Q_OBJECT
 
 public:
-    explicit TestCubeMap(OffscreenContext &context) : m_context(context) {}
+    explicit TestCubeMap(OffscreenContext &) {}
 
 private slots:
     void cleanup() { QCOMPARE(glErrors(), QStringList()); }
@@ -36,9 +36,6 @@ private slots:
     void eachFaceShowsWhatLiesInItsDirection_data();
     void eachFaceShowsWhatLiesInItsDirection();
     void wallBehindAnotherIsHidden();
-
-private:
-    OffscreenContext &m_context;
 };
 
 namespace
