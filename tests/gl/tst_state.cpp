@@ -1,0 +1,248 @@
+#include "ForwardPainter.h"
+#include "FrameSketch.h"
+#include "GlLane.h"
+#include "Gles2.h"
+#include "Light.h"
+#include "Material.h"
+#include "PainterState.h"
+
+#include <QtTest>
+
+#include <cstdlib>
+#include <functional>
+#include <limits>
+
+using namespace Quorvel;
+using namespace Quorvel::Test;
+
+namespace
+{
+
+enum Flag { LowQuality = 1, Shadows = 2, Occlusion = 4, Outlines = 8 };
+
+void addFlagRows()
+{
+    QTest::addColumn<int>("flags");
+    QTest::newRow("none") << 0;
+    QTest::newRow("shadows") << int(Shadows);
+    QTest::newRow("occlusion") << int(Occlusion);
+    QTest::newRow("outlines") << int(Outlines);
+    QTest::newRow("occlusion and outlines") << int(Occlusion | Outlines);
+    QTest::newRow("everything") << int(Shadows | Occlusion | Outlines);
+    QTest::newRow("low quality") << int(LowQuality | Shadows | Occlusion | Outlines);
+}
+
+std::function<void(PainterState &)> setFlags(int flags)
+{
+    return [flags](PainterState &state) {
+        state.setLowQuality(flags & LowQuality);
+        state.setCastShadows(flags & Shadows);
+        state.setAmbientOcclusion(flags & Occlusion);
+        state.setOutlines(flags & Outlines);
+    };
+}
+
+/// Something to shade, to throw a shadow and to blend.
+struct Room
+{
+    Room()
+    {
+        Light *lamp = sketch.scene.light(Light::SpotLight, Qt::white, translation(1, 1, 0));
+        lamp->setHotspotBeam(70);
+        lamp->setFalloff(80);
+        lamp->setShadow(true);
+        sketch.scene.light(Light::PointLight, QColor(80, 60, 40), translation(-1, 0, -2))->setShadow(true);
+        Material *stone = sketch.addMaterial({0.8f, 0.7f, 0.6f});
+        Material *glass = sketch.addMaterial({0.2f, 0.5f, 0.9f});
+        glass->setTransparency(0.5f);
+        sketch.scene.quadNode(FrameSketch::wall, stone);
+        sketch.scene.quadNode({{-1, -0.6f, -3}, {0.8f, 0, 0}, {0, 0.8f, 0}}, stone);
+        sketch.scene.quadNode({{0.2f, -0.8f, -2.5f}, {0.5f, 0, 0.2f}, {0, 0.7f, 0}}, glass);
+    }
+
+    Scene &scene() { return sketch.scene.scene(); }
+
+    FrameSketch sketch;
+};
+
+int integer(GLenum name)
+{
+    GLint value = -1;
+    glGetIntegerv(name, &value);
+    return value;
+}
+
+/// What is not as a frame has to leave it, in words.
+QStringList leftovers()
+{
+    QStringList left;
+    const auto check = [&](bool isFine, const QString &what) {
+        if (!isFine)
+            left.append(what);
+    };
+    check(!glIsEnabled(GL_DEPTH_TEST), "depth test");
+    check(!glIsEnabled(GL_BLEND), "blending");
+    check(!glIsEnabled(GL_CULL_FACE), "culling");
+    GLboolean writesDepth = GL_FALSE;
+    glGetBooleanv(GL_DEPTH_WRITEMASK, &writesDepth);
+    check(writesDepth, "no depth writes");
+    check(integer(GL_ARRAY_BUFFER_BINDING) == 0, "vertex buffer");
+    check(integer(GL_ELEMENT_ARRAY_BUFFER_BINDING) == 0, "index buffer");
+    check(integer(GL_CURRENT_PROGRAM) == 0, "program");
+    for (GLuint i = 0; i < 3; ++i) {
+        GLint enabled = -1;
+        glGetVertexAttribiv(i, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &enabled);
+        check(enabled == 0, QStringLiteral("attribute array %1").arg(i));
+    }
+    const int activeTexture = integer(GL_ACTIVE_TEXTURE);
+    check(activeTexture == GL_TEXTURE0, QStringLiteral("active unit %1").arg(activeTexture - GL_TEXTURE0));
+    for (int unit = 0; unit < 8; ++unit) {
+        glActiveTexture(GLenum(GL_TEXTURE0 + unit));
+        check(integer(GL_TEXTURE_BINDING_2D) == 0, QStringLiteral("texture on unit %1").arg(unit));
+        if (unit >= 3 && unit <= 5)
+            check(integer(GL_TEXTURE_BINDING_CUBE_MAP) == 0, QStringLiteral("cube map on unit %1").arg(unit));
+    }
+    glActiveTexture(GLenum(activeTexture));
+    return left;
+}
+
+} // namespace
+
+/// The GL state that a frame leaves, whether preparation changes it, and where transparency begins and ends.
+class TestState : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TestState(OffscreenContext &context) : m_context(context) {}
+
+private slots:
+    void init() { forgetPrograms(); }
+    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
+    void leftoversAreSeen();
+    void frameLeavesNoState_data() { addFlagRows(); }
+    void frameLeavesNoState();
+    void preparationChangesNoPixel_data() { addFlagRows(); }
+    void preparationChangesNoPixel();
+    void beyondFullyTransparentIsNotDrawn();
+    void hardlyTransparentWritesNoDepth_data();
+    void hardlyTransparentWritesNoDepth();
+
+private:
+    OffscreenContext &m_context;
+};
+
+void TestState::leftoversAreSeen()
+{
+    QCOMPARE(leftovers(), QStringList());
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    GLuint buffer = 0;
+    glGenBuffers(1, &buffer);
+    glEnable(GL_BLEND);
+    glDepthMask(GL_FALSE);
+    glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    glEnableVertexAttribArray(2);
+    glActiveTexture(GL_TEXTURE0 + 4);
+    glBindTexture(GL_TEXTURE_CUBE_MAP, texture);
+    const QStringList left = leftovers();
+    glDeleteTextures(1, &texture);
+    glDeleteBuffers(1, &buffer);
+    glDisable(GL_BLEND);
+    glDepthMask(GL_TRUE);
+    glDisableVertexAttribArray(2);
+    glActiveTexture(GL_TEXTURE0);
+    const QStringList expected = {"blending",          "no depth writes", "vertex buffer",
+                                  "attribute array 2", "active unit 4",   "cube map on unit 4"};
+    QCOMPARE(left, expected);
+    QCOMPARE(leftovers(), QStringList());
+}
+
+void TestState::frameLeavesNoState()
+{
+    QFETCH(int, flags);
+    Room room;
+    ForwardPainter painter;
+    const int framebuffer = integer(GL_FRAMEBUFFER_BINDING);
+    // The second frame finds what the first has made.
+    for (int i = 0; i < 2; ++i) {
+        const QImage drawn = drawFrame(m_context, painter, room.scene(), setFlags(flags));
+        QVERIFY(!drawn.isNull());
+        QCOMPARE(leftovers(), QStringList());
+        QCOMPARE(integer(GL_FRAMEBUFFER_BINDING), framebuffer);
+    }
+}
+
+void TestState::preparationChangesNoPixel()
+{
+    QFETCH(int, flags);
+    Room room;
+    const auto draw = [&](bool prepared) {
+        // The random textures are to be the same.
+        std::srand(1);
+        ForwardPainter painter;
+        PainterState state(&room.scene());
+        state.setViewport(QRectF(QPointF(), QSizeF(FrameSketch::size)));
+        setFlags(flags)(state);
+        state.update();
+        if (prepared)
+            painter.prepare(state);
+        return drawFrame(m_context, painter, room.scene(), setFlags(flags));
+    };
+    const QImage unprepared = draw(false);
+    QVERIFY(!unprepared.isNull());
+    QVERIFY(unprepared.pixelColor(80, 60) != unprepared.pixelColor(0, 0));
+    QCOMPARE(draw(true), unprepared);
+    QCOMPARE(leftovers(), QStringList());
+}
+
+void TestState::beyondFullyTransparentIsNotDrawn()
+{
+    FrameSketch sketch;
+    const QVector3D grey(0.4f, 0.4f, 0.4f);
+    Material *nothing = sketch.addMaterial({}, {1, 0, 0});
+    nothing->setTransparency(1.5f);
+    sketch.scene.quadNode({{-1, -1, -4}, {2, 0, 0}, {0, 2, 0}}, nothing);
+    sketch.addQuad(FrameSketch::wall, sketch.addMaterial({}, {1, 1, 1}), grey);
+    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+}
+
+void TestState::hardlyTransparentWritesNoDepth_data()
+{
+    QTest::addColumn<float>("transparency");
+    QTest::addColumn<bool>("isTransparent");
+    QTest::newRow("opaque") << 0.0f << false;
+    QTest::newRow("a millionth") << 1e-6f << true;
+    QTest::newRow("least normal number") << std::numeric_limits<float>::min() << true;
+}
+
+void TestState::hardlyTransparentWritesNoDepth()
+{
+    QFETCH(float, transparency);
+    QFETCH(bool, isTransparent);
+    FrameSketch sketch;
+    const QVector3D grey(0.4f, 0.4f, 0.4f);
+    Material *green = sketch.addMaterial({}, {0, 1, 0});
+    Material *red = sketch.addMaterial({}, {1, 0, 0});
+    for (Material *material : {green, red})
+        material->setTransparency(transparency);
+    const Quad farPane = {{-3, -1, -5}, {6, 0, 0}, {0, 2, 0}};
+    const Quad nearPane = {{-1, -1, -3}, {2, 0, 0}, {0, 2, 0}};
+    sketch.scene.quadNode(farPane, green);
+    sketch.scene.quadNode(nearPane, red);
+    // Transparent items go from the last to the first and write no depth: the far pane hides the near one.
+    sketch.expected.items.push_back(
+        {Reference::quad(nearPane.origin, nearPane.u, nearPane.v), surface(*red, grey), isTransparent});
+    sketch.expected.items.push_back(
+        {Reference::quad(farPane.origin, farPane.u, farPane.v), surface(*green, grey), isTransparent});
+    const QImage drawn = drawFrame(m_context, sketch.scene.scene());
+    QCOMPARE(sketch.fault(drawn), QString());
+    QCOMPARE(drawn.pixelColor(80, 60).green() > drawn.pixelColor(80, 60).red(), isTransparent);
+}
+
+int main(int argc, char **argv)
+{
+    return GlLane::run<TestState>(argc, argv, FrameSketch::size);
+}
+
+#include "tst_state.moc"
