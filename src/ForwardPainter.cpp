@@ -144,7 +144,7 @@ void ForwardPainter::paint(PainterState &state)
         applyOutlineLook(&frame);
     ShaderPainter::paint(frame);
     const bool needsTargets = frame.ambientOcclusion() || frame.outlines();
-    if (frame.viewport() != m_lastViewport || (needsTargets && !m_targets.exist())) {
+    if (frame.viewport() != m_lastViewport || (needsTargets && !m_targets.exist()) || !m_random) {
         createRenderTargets(frame);
         m_lastViewport = frame.viewport();
     }
@@ -253,6 +253,8 @@ void ForwardPainter::lightingPass(const PainterState &state)
     const bool singlePassLinked = m_programs.program(Shading::SinglePassPhong).isLinked();
     ShaderProgram &program =
         m_programs.program(chooseShading(state.lowQuality(), m_lightMap.isLoaded(), singlePassLinked));
+    if (!program.isLinked())
+        return;
     const TexturingScope texturing(state.castShadows());
     program.bind();
     setSamplers(state, program);

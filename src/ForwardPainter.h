@@ -26,7 +26,8 @@ class RandomTextures;
 /// Draws a scene with Phong lighting of up to three lights in one pass, or with its light map; with shadows,
 /// ambient occlusion and outlines where the state asks for them.
 ///
-/// Programs are shared with all other painters; everything else on the GPU is the painter's own.
+/// Programs are shared with all other painters of the context's group; everything else on the GPU is the
+/// painter's own.
 class ForwardPainter : public ShaderPainter
 {
 public:
@@ -54,7 +55,8 @@ private:
     /// Reads the scene and its GPU data; writes one shadow map for each spot or directional light that casts
     /// shadows.
     void renderShadowMaps(const PainterState &state);
-    /// Reads the scene, its GPU data, shadow maps and the light map; writes colour and depth of the bound
+    /// Reads the scene, its GPU data, shadow maps with the rotations of their taps, and the light map (or
+    /// binds the last frame's occlusion target in its place); writes colour and depth of the bound
     /// framebuffer.
     void lightingPass(const PainterState &state);
     /// As above; writes the lighting target.

@@ -11,7 +11,7 @@ namespace Quorvel
 
 /// The off-screen images of one frame, all of one size. The accessors need them to exist.
 ///
-/// Owns them. Every member but exist() and size() needs the owning GL context (or one that shares with it)
+/// Owns them. Every member but the accessors needs the owning GL context (or one that shares with it)
 /// current, the destructor included.
 class RenderTargets
 {
@@ -37,7 +37,7 @@ public:
     QGLFramebufferObject &lighting() { return *m_lighting; }
     /// Ambient occlusion, blurred vertically: 1 is unoccluded.
     QGLFramebufferObject &blur() { return *m_blur; }
-    /// Ambient occlusion, 1 is unoccluded; later the lit scene times it.
+    /// Ambient occlusion, 1 is unoccluded; where outlines follow, later the lit scene times it.
     QGLFramebufferObject &occlusion() { return *m_occlusion; }
 
 private:

@@ -64,7 +64,8 @@ std::vector<Uniform> all()
 template <typename Uniform>
 ProgramOf<Uniform> &built(ProgramOf<Uniform> &program, const ShaderFiles &files)
 {
-    if (!program.isLinked())
+    // One that has failed is not tried again at every frame.
+    if (program.id() == 0)
         program.build({files, all<Uniform>()});
     return program;
 }

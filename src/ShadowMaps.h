@@ -48,8 +48,8 @@ public:
     void clear();
 
     /// Reads the scene and its buffers; writes the map of the node's spot or directional light, which must
-    /// exist, and the light's matrix. Texels hold z of the scaled clip space, or 1 where nothing is. Leaves
-    /// the default framebuffer bound and the viewport over the map.
+    /// exist, and the light's matrix. Texels hold z of the scaled clip space, clamped to 0..1, or 1 where
+    /// nothing is. Leaves the default framebuffer bound and the viewport over the map.
     void draw(const PainterState &state, const Node &lightNode, ShaderPainter &geometry, FrontFace ofScene);
     /// As above for the cube map of a point light. Texels hold the squared distance over the squared extent.
     void drawCube(const PainterState &state, const Node &lightNode, ShaderPainter &geometry,

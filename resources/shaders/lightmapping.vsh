@@ -11,7 +11,11 @@ attribute highp vec3 vertexPos;
 attribute highp vec3 vertexNormal;
 attribute highp vec2 vertexTexcoord;
 
+#define MAX_LIGHTS 3
+
 uniform highp mat4 modelToClip;
+// Part of the contract with the painter, not used.
+uniform highp mat4 lights_shadowMatrix[MAX_LIGHTS];
 
 varying highp vec2 fragmentTexcoord;
 

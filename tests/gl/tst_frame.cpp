@@ -54,7 +54,7 @@ private slots:
     void lightMap();
     void brokenLightMapIsIgnored();
     void outlinesChangePaperAndAmbient();
-    void flagsOfOtherPassesDrawTheLitScene();
+    void shadowsWithoutCastersDrawTheLitScene();
     void viewportIsUsed();
     void framesRepeat();
     void releasedPainterDrawsAgain();
@@ -140,7 +140,7 @@ void TestFrame::transparencyOrder()
     Material *white = sketch.addMaterial({}, {1, 1, 1});
     const Quad left = {{-2, -1, -4}, {3, 0, 0}, {0, 2, 0}};
     const Quad right = {{-1, -1.5f, -4.5f}, {3, 0, 0}, {0, 2, 0}};
-    // Listed first: drawn last, though it lies in front of nothing but what is behind it anyway.
+    // Listed first, so drawn last: transparent items go in reverse order, whatever their depth.
     sketch.scene.quadNode(right, red);
     sketch.scene.quadNode(left, green);
     sketch.scene.quadNode(wall, white);
@@ -394,7 +394,7 @@ void TestFrame::outlinesChangePaperAndAmbient()
              QString());
 }
 
-void TestFrame::flagsOfOtherPassesDrawTheLitScene()
+void TestFrame::shadowsWithoutCastersDrawTheLitScene()
 {
     FrameSketch sketch;
     sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));

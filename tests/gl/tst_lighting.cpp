@@ -51,6 +51,7 @@ private slots:
     void directionalKeepsTheSlotsSpotFlag();
     void farFromTheOrigin();
     void lowQualityLightsPerVertex();
+    void withoutAnyProgramOnlyTheBackgroundShows();
     void unlinkedProgramFallsBack();
 
 private:
@@ -294,6 +295,24 @@ void TestLighting::lowQualityLightsPerVertex()
         drawFrame(m_context, sketch.scene.scene(), [](PainterState &state) { state.setLowQuality(true); });
     QCOMPARE(sketch.fault(low), QString());
     QVERIFY(low != drawFrame(m_context, sketch.scene.scene()));
+}
+
+void TestLighting::withoutAnyProgramOnlyTheBackgroundShows()
+{
+    FrameSketch sketch;
+    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
+    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
+    ForwardPainter painter;
+    ShadingPrograms::ofCurrentContext().program(Shading::SinglePassPhong) = ShaderProgram();
+    ShadingPrograms::ofCurrentContext().program(Shading::PerVertexPhong) = ShaderProgram();
+    const QImage picture = drawFrame(m_context, painter, sketch.scene.scene(), [](PainterState &state) {
+        state.setBackgroundColor(QColor(10, 20, 30));
+    });
+    QVERIFY(!picture.isNull());
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x)
+            QCOMPARE(picture.pixelColor(x, y), QColor(10, 20, 30));
+    }
 }
 
 void TestLighting::unlinkedProgramFallsBack()
