@@ -96,6 +96,7 @@ public:
         if (!isLinked())
             return;
         std::vector<QByteArray> names;
+        names.reserve(size_t(Uniform::Count));
         for (int i = 0; i < int(Uniform::Count); ++i)
             names.push_back(uniformName(Uniform(i)));
         resolveLocations(names);

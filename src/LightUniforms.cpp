@@ -68,7 +68,7 @@ const Node *LightTargets::find(const Scene &scene, const Light &light)
                                "give the light's target a node, or take the target away")
                     .arg(light.id(), light.target()));
         }
-        Q_ASSERT(lightTarget != 0);
+        Q_ASSERT(lightTarget != 0); // NOLINT(modernize-use-nullptr): the text is known to users
         target = {light.target(), lightTarget};
     }
     return target.node;

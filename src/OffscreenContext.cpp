@@ -176,7 +176,7 @@ QString OffscreenContext::createNative(Api api)
 {
     if (m_size.isEmpty())
         return QStringLiteral("a picture of %1x%2 pixels is empty").arg(m_size.width()).arg(m_size.height());
-    const QString reason = startEgl(m_display);
+    QString reason = startEgl(m_display);
     if (!reason.isEmpty())
         return reason;
     if (QGuiApplication::platformName() != QLatin1String(glPlatform)) {

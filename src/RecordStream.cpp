@@ -103,7 +103,7 @@ void writeElements(QDataStream &stream, const QVector<T> &list)
     for (int begin = 0; begin < list.size(); begin += ChunkElements) {
         const int count = std::min(ChunkElements, list.size() - begin);
         for (int i = 0; i < count; ++i)
-            encodeElement(list.at(begin + i), chunk.data() + i * size);
+            encodeElement(list.at(begin + i), chunk.data() + qptrdiff(i) * size);
         stream.writeRawData(chunk.constData(), count * size);
     }
 }
@@ -127,7 +127,7 @@ void readElements(QDataStream &stream, QVector<T> *list)
             return;
         }
         for (int i = 0; i < count; ++i)
-            decodeElement(chunk.constData() + i * size, &(*list)[begin + i]);
+            decodeElement(chunk.constData() + qptrdiff(i) * size, &(*list)[begin + i]);
     }
     if (qint64(announced) > held)
         stream.setStatus(QDataStream::ReadPastEnd);

@@ -56,6 +56,7 @@ template <typename Uniform>
 std::vector<Uniform> all()
 {
     std::vector<Uniform> uniforms;
+    uniforms.reserve(size_t(Uniform::Count));
     for (int i = 0; i < int(Uniform::Count); ++i)
         uniforms.push_back(Uniform(i));
     return uniforms;

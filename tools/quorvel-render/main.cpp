@@ -119,7 +119,10 @@ int renderScene(const RenderOptions &options)
         return noContext(options, context);
 
     Scene scene;
-    ColladaLoader(&scene, options.scene);
+    {
+        // Gone before the frame, with the text of the file that it holds.
+        const ColladaLoader loader(&scene, options.scene);
+    }
 
     if (!options.camera.isEmpty()) {
         Node *camera = findCamera(scene, options.camera);
