@@ -30,6 +30,7 @@ private slots:
     void unwritableOutputExitsWithFour();
     void withoutGlExitsWithFive();
     void sceneWithoutCameraAbortsAndExplains();
+    void helpAndVersionAreText();
     void quietLeavesDebugLinesOut();
 
 private:
@@ -267,6 +268,16 @@ void TestRender::quietLeavesDebugLinesOut()
     const QString scene = writeScene("square.dae");
     QVERIFY(run({scene, path("out.png")}).err.contains("Load time: "));
     QVERIFY(!run({"--quiet", scene, path("out.png")}).err.contains("Load time: "));
+}
+
+void TestRender::helpAndVersionAreText()
+{
+    const Result help = run({"--help"});
+    QVERIFY2(help.status == 0 && !help.crashed, qPrintable(help.err));
+    QVERIFY2(help.out.contains("--ambient-occlusion"), qPrintable(help.out));
+    QCOMPARE(help.err, QString());
+    const Result version = run({"--version"});
+    QCOMPARE(version.out.trimmed(), QStringLiteral("quorvel-render " QUORVEL_VERSION));
 }
 
 QTEST_GUILESS_MAIN(TestRender)

@@ -143,18 +143,22 @@ int renderScene(const RenderOptions &options)
     return int(ExitStatus::Done);
 }
 
+/// The help text asks the application object for the program's name, and the one for drawing cannot be made
+/// yet.
+bool parseArguments(int argc, char **argv, RenderOptions *options, QString *error)
+{
+    const QCoreApplication application(argc, argv);
+    return parseRenderOptions(QCoreApplication::arguments().mid(1), options, error);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     installDiagnostics();
-    QStringList arguments;
-    for (int i = 1; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
-
     RenderOptions options;
     QString error;
-    if (!parseRenderOptions(arguments, &options, &error))
+    if (!parseArguments(argc, argv, &options, &error))
         return fail(ExitStatus::Usage, error + QStringLiteral(" (see quorvel-render --help)"));
     if (options.request == RenderOptions::Request::Text) {
         print(options.text);
