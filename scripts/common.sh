@@ -14,6 +14,7 @@ build_packages=(
     qtbase5-dev libqt5opengl5-dev libqt5xmlpatterns5-dev
     libgles-dev libegl-dev libgl-dev libgl1-mesa-dri
     robin-map-dev
+    libembree-dev libtbb-dev libstb-dev
 )
 # A screen for machines without one: to show the viewer on, and for the tests of windows.
 screen_packages=(xvfb openbox x11-utils imagemagick)
