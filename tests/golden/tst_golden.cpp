@@ -1,21 +1,16 @@
 #include "Camera.h"
 #include "ColladaLoader.h"
-#include "ForwardPainter.h"
 #include "Geometry.h"
 #include "GlLane.h"
 #include "Light.h"
 #include "MessageCapture.h"
 #include "Node.h"
-#include "PainterState.h"
+#include "Pictures.h"
 #include "Scene.h"
-#include "ShadingPrograms.h"
 
-#include <QDir>
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <algorithm>
-#include <cstdlib>
 #include <functional>
 
 using namespace Quorvel;
@@ -57,13 +52,6 @@ private:
 namespace
 {
 
-const char *const updateVariable = "QUORVEL_UPDATE_GOLDEN";
-constexpr QSize pictureSize(320, 240);
-
-/// A pixel differs if one of its channels does by more than this, of 255.
-constexpr int channelTolerance = 5;
-constexpr int pixelsPerDifferingOne = 1000;
-
 const QStringList &scenes()
 {
     static const QStringList names = {QStringLiteral("shapes"), QStringLiteral("corner"),
@@ -89,88 +77,9 @@ QString scenePath(const QString &scene)
     return QStringLiteral(QUORVEL_SOURCE_DIR "/tests/golden/scenes/%1.dae").arg(scene);
 }
 
-QString baselinePath(const QString &scene, const QString &look)
+QString pictureName(const QString &scene, const QString &look)
 {
-    return QStringLiteral(QUORVEL_SOURCE_DIR "/tests/golden/baselines/%1.%2.png").arg(scene, look);
-}
-
-QImage baseline(const QString &scene, const QString &look)
-{
-    return QImage(baselinePath(scene, look)).convertToFormat(QImage::Format_RGB888);
-}
-
-/// Drops the shared programs: a directional light would be drawn with the spot flag of another row's light.
-void forgetPrograms()
-{
-    ShadingPrograms &programs = ShadingPrograms::ofCurrentContext();
-    for (const Shading shading : {Shading::SinglePassPhong, Shading::PerVertexPhong, Shading::LightMapping})
-        programs.program(shading) = ShaderProgram();
-}
-
-void setLook(PainterState *state, const QString &look)
-{
-    state->setCastShadows(look == QLatin1String("shadows"));
-    state->setAmbientOcclusion(look.startsWith(QLatin1String("occlusion")));
-    state->setOutlines(look.endsWith(QLatin1String("outlines")));
-    state->setLowQuality(look == QLatin1String("low-quality"));
-}
-
-struct Comparison
-{
-    bool sameSize = false;
-    int differing = 0;
-    int largest = 0;
-    /// Per channel, four times as bright.
-    QImage difference;
-
-    bool isAccepted() const
-    {
-        return sameSize && differing <= pictureSize.width() * pictureSize.height() / pixelsPerDifferingOne;
-    }
-};
-
-/// Both pictures in Format_RGB888.
-Comparison compare(const QImage &actual, const QImage &expected)
-{
-    Comparison result;
-    result.sameSize = actual.size() == pictureSize && expected.size() == pictureSize;
-    if (!result.sameSize)
-        return result;
-    result.difference = QImage(pictureSize, QImage::Format_RGB888);
-    for (int y = 0; y < pictureSize.height(); ++y) {
-        const uchar *a = actual.constScanLine(y);
-        const uchar *b = expected.constScanLine(y);
-        uchar *out = result.difference.scanLine(y);
-        for (int x = 0; x < pictureSize.width(); ++x) {
-            int largest = 0;
-            for (int i = 3 * x; i < 3 * x + 3; ++i) {
-                const int distance = std::abs(int(a[i]) - int(b[i]));
-                out[i] = uchar(std::min(4 * distance, 255));
-                largest = std::max(largest, distance);
-            }
-            result.differing += largest > channelTolerance ? 1 : 0;
-            result.largest = std::max(result.largest, largest);
-        }
-    }
-    return result;
-}
-
-/// Keeps what was drawn and how it differs, and says where.
-QString explain(const QString &name, const QImage &actual, const Comparison &comparison)
-{
-    const QDir folder(QDir::tempPath() + QStringLiteral("/quorvel-golden-") +
-                      qEnvironmentVariable("QUORVEL_GL_LANE"));
-    const bool kept =
-        folder.mkpath(QStringLiteral(".")) && actual.save(folder.filePath(name + ".actual.png")) &&
-        (!comparison.sameSize || comparison.difference.save(folder.filePath(name + ".difference.png")));
-    const QString what = comparison.sameSize
-                             ? QStringLiteral("%1 pixels differ from the baseline, by up to %2")
-                                   .arg(comparison.differing)
-                                   .arg(comparison.largest)
-                             : QStringLiteral("the baseline is missing, or a size is wrong");
-    return QStringLiteral("%1: %2; %3 %4")
-        .arg(name, what, kept ? QStringLiteral("see") : QStringLiteral("nothing could be written to"),
-             folder.path());
+    return scene + QLatin1Char('.') + look;
 }
 
 void swapLightColors(Scene &scene, const QString &first, const QString &second)
@@ -228,18 +137,7 @@ QImage TestGolden::draw(const QString &sceneName, const QString &look, const Cha
     if (change)
         change(scene);
 
-    PainterState state(&scene);
-    state.setViewport(QRectF(QPointF(), QSizeF(pictureSize)));
-    state.setAspect(float(pictureSize.width()) / float(pictureSize.height()));
-    setLook(&state, look);
-    state.update();
-    forgetPrograms();
-    // The painter's noise textures come from rand(): this makes them the same in every row and run.
-    std::srand(1);
-    ForwardPainter painter;
-    painter.prepare(state);
-    painter.paint(state);
-    return m_context.grab();
+    return drawPicture(&scene, look, &m_context);
 }
 
 void TestGolden::pictures_data()
@@ -257,14 +155,8 @@ void TestGolden::pictures()
     QFETCH(QString, scene);
     QFETCH(QString, look);
     const QImage actual = draw(scene, look);
-    if (qEnvironmentVariableIsSet(updateVariable)) {
-        // Quality 0 is the smallest file; nothing is lost.
-        QVERIFY(actual.save(baselinePath(scene, look), "png", 0));
-        return;
-    }
-    const Comparison comparison = compare(actual, baseline(scene, look));
-    if (!comparison.isAccepted())
-        QFAIL(qPrintable(explain(scene + '.' + look, actual, comparison)));
+    const QString complaint = compareWithBaseline(pictureName(scene, look), actual);
+    QVERIFY2(complaint.isEmpty(), qPrintable(complaint));
 }
 
 void TestGolden::flagsShow_data()
@@ -279,7 +171,8 @@ void TestGolden::flagsShow()
     QFETCH(QString, look);
     const bool isPlain = look == QLatin1String("none") ||
                          (scene == QLatin1String("corner") && look == QLatin1String("shadows"));
-    const Comparison comparison = compare(baseline(scene, look), baseline(scene, QStringLiteral("none")));
+    const Comparison comparison =
+        compare(baseline(pictureName(scene, look)), baseline(pictureName(scene, QStringLiteral("none"))));
     QVERIFY(comparison.sameSize);
     QCOMPARE(comparison.isAccepted(), isPlain);
 }
@@ -306,7 +199,7 @@ void TestGolden::wrongPicturesAreRefused()
     QFETCH(QString, scene);
     QFETCH(Change, change);
     for (const QString &look : looks()) {
-        const QImage expected = baseline(scene, look);
+        const QImage expected = baseline(pictureName(scene, look));
         const Comparison comparison = compare(draw(scene, look, change), expected);
         QVERIFY(comparison.sameSize);
         QVERIFY2(!comparison.isAccepted(), qPrintable(look));
