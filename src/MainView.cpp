@@ -1,19 +1,34 @@
 #include "MainView.h"
 
-#include "CameraMotion.h"
-#include "Node.h"
+#include "AboutDialog.h"
+#include "ColladaLoader.h"
+#include "LoadIndicator.h"
+#include "PainterDialog.h"
 #include "PainterState.h"
 #include "Pipeline.h"
 #include "Scene.h"
+#include "SceneCamera.h"
+#include "SceneDrag.h"
+#include "StartScreen.h"
+#include "ViewCommands.h"
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDesktopServices>
+#include <QDragEnterEvent>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QSettings>
 #include <QStatusBar>
+#include <QStatusTipEvent>
+#include <QUrl>
 #include <QWheelEvent>
+
+#include <algorithm>
+#include <array>
+#include <utility>
 
 namespace Quorvel
 {
@@ -22,6 +37,10 @@ namespace
 {
 
 const QString bannerText = QStringLiteral("Quorvel 3d-viewer - \u00a9 2026 Quorvel Project");
+const QString forwardPainterName = QStringLiteral("Forward pipeline");
+
+const QString sizeKey = QStringLiteral("MainWindow/size");
+const QString directoryKey = QStringLiteral("MainWindow/lastDirectory");
 
 constexpr int engineStartDelay = 500; // milliseconds
 constexpr int highQualityDelay = 500; // milliseconds
@@ -30,24 +49,45 @@ constexpr int edgeBand = 64;          // pixels
 constexpr double zoomPerPixel = 0.009;
 constexpr double movePerPixel = 0.0015;
 constexpr double degreesPerPixel = 0.4;
+constexpr std::array<int, StartScreen::thumbnailCount> thumbnailKeys = {Qt::Key_A, Qt::Key_S, Qt::Key_D,
+                                                                        Qt::Key_F, Qt::Key_G};
+
+/// The settings of the application, by its organisation and name.
+struct Settings : QSettings
+{
+    Settings() : QSettings(QCoreApplication::organizationName(), QCoreApplication::applicationName()) {}
+};
+
+/// A pipe is read like a file; a folder is not.
+bool isScene(const QString &filename)
+{
+    const QFileInfo file(filename);
+    return file.exists() && !file.isDir();
+}
 
 } // namespace
 
 MainView::MainView(QWidget *parent) : QMainWindow(parent), m_firstScene(std::make_unique<Scene>())
 {
-    statusBar()->showMessage(QStringLiteral("Initializing engine..."));
+    showStatus(QStringLiteral("Initializing engine..."));
     m_scene = m_firstScene.get();
 
     m_pipeline = new Pipeline;
     m_pipeline->setFormat(
         QGLFormat(QGL::DoubleBuffer | QGL::DepthBuffer | QGL::AlphaChannel | QGL::SampleBuffers));
+    // The surface alone is a native window: as soon as it has native neighbours, swaps leave them misplaced.
+    m_pipeline->setAttribute(Qt::WA_DontCreateNativeAncestors);
     setCentralWidget(m_pipeline);
 
-    QSettings settings(QCoreApplication::organizationName(), QCoreApplication::applicationName());
-    settings.beginGroup(QStringLiteral("MainWindow"));
+    ViewCommands::addActions(this, m_lowQualityInteraction);
+    ViewCommands::addStatusButtons(this);
+    m_loadIndicator = new LoadIndicator(this);
+    statusBar()->insertPermanentWidget(0, m_loadIndicator);
+    setAcceptDrops(true);
+
     // Quirk(window-size): the stored size never shows, main resizes the window right after construction;
     // every start is to show the same size, and the store keeps the key for whoever reads it.
-    resize(settings.value(QStringLiteral("size"), QSize(640, 480)).toSize());
+    resize(Settings().value(sizeKey, QSize(640, 480)).toSize());
 
     m_highQualityTimer.setSingleShot(true);
     connect(&m_highQualityTimer, &QTimer::timeout, this, &MainView::highQualityPaint);
@@ -84,19 +124,62 @@ void MainView::initPipeline()
         const QString complaint =
             QStringLiteral("This display offers no OpenGL, so nothing can be drawn on it.");
         qWarning("%s", qPrintable(complaint));
-        statusBar()->showMessage(complaint);
+        showStatus(complaint);
     }
     // Quirk(early-load): a scene that came in before the engine was up is dropped for an empty one, unseen;
     // the start always ends in the same view, and `--open` is the way to a file that waits for it.
     replaceScene(new Scene);
+    if (std::exchange(m_engineStart, EngineStart::Done) == EngineStart::AnnouncedEarly)
+        initialized();
 }
 
 void MainView::initialized()
 {
+    // A scene that came in before initPipeline() has used up the pipeline's only announcement.
+    if (m_engineStart == EngineStart::Waiting) {
+        m_engineStart = EngineStart::AnnouncedEarly;
+        return;
+    }
     m_pipeline->setPainterType(Pipeline::ForwardPainterType);
     m_pipeline->preparePainter();
     m_pipeline->update();
+    showStartScreen();
     showBanner();
+}
+
+// Start screen and viewport
+
+void MainView::showStartScreen()
+{
+    // Before the engine is up the start screen is on its way.
+    if (m_startScreen || m_engineStart != EngineStart::Done)
+        return;
+    if (isFullScreen())
+        toggleFullscreen();
+    // Quirk(stale-title): the title goes on naming the scene that was left, until the next one is opened;
+    // the start screen has no title of its own.
+    auto *const logo = new Scene;
+    const ColladaLoader loader(logo, QStringLiteral(":/models/logo.DAE"));
+    replaceScene(logo);
+    if (!m_animationTimer.isActive())
+        toggleTestAnimation();
+    // The surface moves over before the central widget is set, which would otherwise delete it.
+    m_startScreen = new StartScreen(m_pipeline, this);
+    connect(m_startScreen, &StartScreen::sceneChosen, this, qOverload<const QString &>(&MainView::openScene));
+    setCentralWidget(m_startScreen);
+    setFocus();
+    endGesture();
+}
+
+void MainView::showViewport()
+{
+    if (!m_startScreen)
+        return;
+    // The start screen is deleted when control is back in the event loop; the surface has moved out by then.
+    m_startScreen = nullptr;
+    setCentralWidget(m_pipeline);
+    setFocus();
+    endGesture();
 }
 
 // Scenes
@@ -111,24 +194,45 @@ void MainView::openScene(const QString &filename)
         showBanner();
         return;
     }
-    if (!QFileInfo::exists(filename))
+    if (!isScene(filename))
         return;
     setWindowTitle(QStringLiteral("Quorvel"));
-    statusBar()->showMessage(QStringLiteral("Loading %1 ...").arg(displayName(filename)));
+    showStatus(QStringLiteral("Loading %1 ...").arg(displayName(filename)));
+    m_loadIndicator->begin();
     m_loaderThread.load(filename);
+}
+
+void MainView::openScene()
+{
+    if (m_animationTimer.isActive())
+        toggleTestAnimation();
+    if (m_loaderThread.isRunning())
+        return;
+    QString directory = Settings().value(directoryKey).toString();
+    if (!QDir(directory).exists())
+        directory.clear();
+    const QString filename = QFileDialog::getOpenFileName(this, QStringLiteral("Open"), directory,
+                                                          QStringLiteral("(*.dae *.xml *.DAE *.XML)"));
+    m_strayKey = Qt::Key_Escape;
+    if (isScene(filename))
+        Settings().setValue(directoryKey, QFileInfo(filename).absolutePath());
+    openScene(filename);
 }
 
 void MainView::sceneLoadCompleted(Scene *scene)
 {
+    m_loadIndicator->end();
     if (!isVisible()) {
         delete scene;
         return;
     }
     replaceScene(scene);
     m_pipeline->preparePainter();
+    // Quirk(scene-turns): an animation that was started while the scene was loading turns the scene;
+    // so does the logo's, when the start screen came up in the meantime.
     if (!isFullScreen())
         toggleFullscreen();
-    setCentralWidget(m_pipeline);
+    showViewport();
     setWindowTitle(displayName(scene->name()) + QStringLiteral(" - Quorvel"));
     showBanner();
 }
@@ -141,85 +245,106 @@ void MainView::replaceScene(Scene *scene)
     m_pipeline->setScene(scene);
 }
 
-void MainView::showBanner()
-{
-    statusBar()->showMessage(bannerText);
-}
+// Window
 
 void MainView::toggleFullscreen()
 {
-    if (isFullScreen())
+    if (isFullScreen()) {
         showNormal();
-    else
+    } else {
+        showViewport();
         showFullScreen();
+    }
     showBanner();
+}
+
+void MainView::showStatus(const QString &text)
+{
+    m_status = text;
+    statusBar()->showMessage(text);
+}
+
+void MainView::showBanner()
+{
+    showStatus(bannerText);
+}
+
+bool MainView::event(QEvent *event)
+{
+    // Where a status tip ends, the toolkit would leave the status bar empty.
+    if (event->type() == QEvent::StatusTip && static_cast<QStatusTipEvent *>(event)->tip().isEmpty()) {
+        statusBar()->showMessage(m_status);
+        return true;
+    }
+    // Comes before each press of a key, which does not come when it turns out to be a shortcut's.
+    if (event->type() == QEvent::ShortcutOverride)
+        m_strayKey = static_cast<QKeyEvent *>(event)->key();
+    // What ends the gesture will be let go of elsewhere.
+    if (event->type() == QEvent::WindowBlocked || event->type() == QEvent::WindowDeactivate)
+        endGesture();
+    return QMainWindow::event(event);
+}
+
+void MainView::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (!m_loaderThread.isRunning() && !SceneDrag::filename(event->mimeData()).isEmpty())
+        SceneDrag::acceptCopy(event);
+}
+
+void MainView::dropEvent(QDropEvent *event)
+{
+    SceneDrag::acceptCopy(event);
+    openScene(SceneDrag::filename(event->mimeData()));
 }
 
 void MainView::closeEvent(QCloseEvent *event)
 {
-    QSettings settings(QCoreApplication::organizationName(), QCoreApplication::applicationName());
-    settings.beginGroup(QStringLiteral("MainWindow"));
-    settings.setValue(QStringLiteral("size"), size());
+    Settings().setValue(sizeKey, size());
     QMainWindow::closeEvent(event);
+}
+
+// Dialogs
+
+int MainView::run(QDialog *dialog)
+{
+    const int result = dialog->exec();
+    m_strayKey = Qt::Key_Escape;
+    return result;
+}
+
+void MainView::selectPipeline()
+{
+    PainterDialog dialog({forwardPainterName});
+    if (run(&dialog) == QDialog::Accepted && !dialog.choice().isNull()) {
+        if (dialog.choice() == forwardPainterName)
+            m_pipeline->setPainterType(Pipeline::ForwardPainterType);
+        else
+            Q_ASSERT(false);
+    }
+    m_pipeline->doneCurrent();
+    m_pipeline->update();
+    showBanner();
+}
+
+void MainView::showAbout()
+{
+    AboutDialog dialog;
+    if (run(&dialog) == QDialog::Accepted)
+        QDesktopServices::openUrl(AboutDialog::productPage());
 }
 
 // Camera
 
-Node *MainView::cameraNode() const
+SceneCamera MainView::camera() const
 {
-    return m_scene->activeCameraNode();
-}
-
-QVector3D MainView::sceneCentre() const
-{
-    return m_scene->rootNode()->boundingSphere().centre;
-}
-
-void MainView::placeCamera(Node *camera, const QMatrix4x4 &transform)
-{
-    camera->setLocalTransform(transform);
-    m_pipeline->update();
-}
-
-void MainView::rollCamera(float angle)
-{
-    if (Node *const camera = cameraNode())
-        placeCamera(camera, CameraMotion::roll(camera->localTransform(), angle));
-}
-
-void MainView::orbitHorizontal(float angle)
-{
-    if (Node *const camera = cameraNode())
-        placeCamera(camera, CameraMotion::orbitHorizontal(camera->localTransform(), camera->worldTransform(),
-                                                          sceneCentre(), angle));
-}
-
-void MainView::orbitVertical(float angle)
-{
-    if (Node *const camera = cameraNode())
-        placeCamera(camera, CameraMotion::orbitVertical(camera->localTransform(), camera->worldTransform(),
-                                                        sceneCentre(), angle));
-}
-
-void MainView::zoomCamera(float amount)
-{
-    if (Node *const camera = cameraNode())
-        placeCamera(camera, CameraMotion::zoom(camera->localTransform(), camera->worldTransform(),
-                                               sceneCentre(), amount));
-}
-
-void MainView::moveCamera(float right, float up)
-{
-    if (Node *const camera = cameraNode())
-        placeCamera(camera, CameraMotion::move(camera->localTransform(), camera->worldTransform(),
-                                               sceneCentre(), right, up));
+    return SceneCamera(m_scene);
 }
 
 void MainView::setCameraTransform(const QMatrix4x4 &transform)
 {
     lowerQuality();
-    if (Node *const camera = cameraNode())
-        placeCamera(camera, transform);
+    camera().setTransform(transform);
+    m_pipeline->update();
     restoreQualityLater();
 }
 
@@ -251,7 +376,8 @@ void MainView::highQualityPaint()
 void MainView::testAnimation()
 {
     lowerQuality();
-    orbitHorizontal(1.0f);
+    camera().orbitHorizontal(1.0f);
+    m_pipeline->update();
     if (!m_lowQualityInteraction)
         m_pipeline->state().setLowQuality(false);
 }
@@ -338,22 +464,28 @@ void MainView::mouseMoveEvent(QMouseEvent *event)
         return;
     switch (m_mouseMode) {
     case MouseMode::Move:
-        moveCamera(-delta.x() * movePerPixel, delta.y() * movePerPixel);
+        camera().move(-delta.x() * movePerPixel, delta.y() * movePerPixel);
         break;
     case MouseMode::Orbit:
-        orbitHorizontal(-delta.x() * degreesPerPixel);
-        orbitVertical(-delta.y() * degreesPerPixel);
+        camera().orbitHorizontal(-delta.x() * degreesPerPixel);
+        camera().orbitVertical(-delta.y() * degreesPerPixel);
         break;
     case MouseMode::Zoom:
-        zoomCamera(delta.y() * zoomPerPixel);
+        camera().zoom(delta.y() * zoomPerPixel);
         break;
     case MouseMode::Roll:
-        rollCamera(-delta.y() * degreesPerPixel);
+        camera().roll(-delta.y() * degreesPerPixel);
         break;
     }
+    m_pipeline->update();
 }
 
 void MainView::mouseReleaseEvent(QMouseEvent *)
+{
+    endGesture();
+}
+
+void MainView::endGesture()
 {
     m_mouseMode = MouseMode::Orbit;
     setCursor(Qt::ArrowCursor);
@@ -363,12 +495,21 @@ void MainView::mouseReleaseEvent(QMouseEvent *)
 void MainView::wheelEvent(QWheelEvent *event)
 {
     lowerQuality();
-    zoomCamera(event->angleDelta().y() / -1000.0f);
+    camera().zoom(event->angleDelta().y() / -1000.0f);
+    m_pipeline->update();
     restoreQualityLater();
 }
 
 void MainView::keyPressEvent(QKeyEvent *event)
 {
+    if (event->key() == m_strayKey)
+        m_strayKey = 0;
+    const auto thumbnail = std::find(thumbnailKeys.begin(), thumbnailKeys.end(), event->key());
+    if (thumbnail != thumbnailKeys.end()) {
+        if (m_startScreen && !event->isAutoRepeat())
+            m_startScreen->press(int(thumbnail - thumbnailKeys.begin()));
+        return;
+    }
     switch (event->key()) {
     case Qt::Key_Q:
         QCoreApplication::quit();
@@ -378,6 +519,9 @@ void MainView::keyPressEvent(QKeyEvent *event)
         break;
     case Qt::Key_X:
         m_mouseMode = MouseMode::Move;
+        break;
+    case Qt::Key_B:
+        showStartScreen();
         break;
     default:
         QMainWindow::keyPressEvent(event);
@@ -389,13 +533,17 @@ void MainView::keyReleaseEvent(QKeyEvent *event)
     // A held key repeats its release; the person has not let go of it yet.
     if (event->isAutoRepeat())
         return;
+    if (event->key() == m_strayKey) {
+        m_strayKey = 0;
+        return;
+    }
     switch (event->key()) {
     case Qt::Key_Z:
     case Qt::Key_X:
         m_mouseMode = MouseMode::Orbit;
         break;
     case Qt::Key_F:
-        toggleFullscreen();
+        releaseFullscreenKey();
         break;
     case Qt::Key_Escape:
         if (isFullScreen())
@@ -404,6 +552,17 @@ void MainView::keyReleaseEvent(QKeyEvent *event)
     default:
         QMainWindow::keyReleaseEvent(event);
     }
+}
+
+void MainView::releaseFullscreenKey()
+{
+    // Quirk(f-key-twice): on the start screen F clicks the fourth thumbnail and, let go, goes full screen;
+    // kept, the sample ends there anyway, only the logo fills the screen first.
+    const QString pressed = m_startScreen ? m_startScreen->pressedScene() : QString();
+    toggleFullscreen();
+    // The thumbnail is gone before it could click.
+    if (!pressed.isEmpty())
+        openScene(pressed);
 }
 
 } // namespace Quorvel

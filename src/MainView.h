@@ -8,23 +8,28 @@
 
 #include <memory>
 
+class QDialog;
 class QMatrix4x4;
-class QVector3D;
 
 namespace Quorvel
 {
 
-class Node;
+class LoadIndicator;
 class Pipeline;
 class Scene;
+class SceneCamera;
+class StartScreen;
 
-/// The main window: shows one scene in its central widget, opens files in the background, and turns pointer,
-/// wheel and keys into camera moves.
+/// The main window: shows one scene, opens files in the background, and turns pointer, wheel and keys into
+/// camera moves.
+///
+/// Its central widget is either the start screen, with the drawing surface in its grid, or the surface
+/// itself. The surface moves between the two places and lives as long as the view.
 ///
 /// The engine comes up in two steps after construction: initPipeline() half a second after the event loop
 /// starts, then initialized() at the first frame with a scene. Everything here runs on the GUI thread. Reads
-/// and writes the "size" key of group "MainWindow" in the settings of the application object's organisation
-/// and name, so those must be set before.
+/// and writes the keys "size" and "lastDirectory" of group "MainWindow" in the settings of the application
+/// object's organisation and name, so those must be set before.
 class MainView : public QMainWindow
 {
     Q_OBJECT
@@ -52,6 +57,9 @@ public slots:
     void openScene(const QString &filename);
     void testAnimation();
     void highQualityPaint();
+    /// Asks for the file.
+    void openScene();
+    void selectPipeline();
     void toggleBackfaceCulling();
     void toggleCastShadows();
     void toggleAmbientOcclusion();
@@ -60,13 +68,18 @@ public slots:
     void toggleTestAnimation();
     void toggleFullscreen();
     void toggleOutlines();
+    void showAbout();
     void initPipeline();
     /// Takes `scene` over and shows it full screen; deletes it when the window has been closed in the
     /// meantime.
     void sceneLoadCompleted(Scene *scene);
+    /// May be called while the pipeline paints.
     void initialized();
+    /// Leaves full screen and shows the spinning logo under the thumbnails. Does nothing when they are shown.
+    void showStartScreen();
 
 protected:
+    bool event(QEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
@@ -74,30 +87,36 @@ protected:
     void wheelEvent(QWheelEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void keyReleaseEvent(QKeyEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
 
 private:
     /// What a drag with the left button does.
     enum class MouseMode { Move, Orbit, Zoom, Roll };
 
+    /// How far the engine has come up; the pipeline may announce itself before its time.
+    enum class EngineStart { Waiting, AnnouncedEarly, Done };
+
     /// Hands `scene` over to the pipeline, which deletes the one before.
     void replaceScene(Scene *scene);
+    /// Makes the drawing surface the central widget, and discards the start screen.
+    void showViewport();
+    /// What the status bar says until the next call, status tips aside.
+    void showStatus(const QString &text);
     void showBanner();
+    /// Runs a dialog. The release of Escape that may have ended it is nobody's.
+    int run(QDialog *dialog);
+    void releaseFullscreenKey();
+    /// Back to orbiting, and to full quality later.
+    void endGesture();
     void lowerQuality();
     void restoreQualityLater();
 
-    // Each does nothing without an active camera node; angles are degrees, distances are multiples of the
-    // distance to the scene's centre.
-    void rollCamera(float angle);
-    void orbitHorizontal(float angle);
-    void orbitVertical(float angle);
-    void zoomCamera(float amount);
-    void moveCamera(float right, float up);
+    SceneCamera camera() const;
 
-    Node *cameraNode() const;
-    QVector3D sceneCentre() const;
-    void placeCamera(Node *camera, const QMatrix4x4 &transform);
-
+    /// Null while the surface is the central widget.
+    StartScreen *m_startScreen = nullptr;
     Pipeline *m_pipeline = nullptr;
     Scene *m_scene = nullptr;
     QPoint m_lastMousePos;
@@ -106,6 +125,12 @@ private:
     QTimer m_animationTimer;
     ColladaLoaderThread m_loaderThread;
     MouseMode m_mouseMode = MouseMode::Orbit;
+    EngineStart m_engineStart = EngineStart::Waiting;
+    LoadIndicator *m_loadIndicator = nullptr;
+    QString m_status;
+    /// The key whose press may have gone to a shortcut or to a dialog, so that its release is nobody's; 0 for
+    /// none.
+    int m_strayKey = 0;
     /// What the view acts on until the pipeline gets a scene.
     const std::unique_ptr<Scene> m_firstScene;
 };

@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QIcon>
 
 #include <cstdio>
 #include <memory>
@@ -53,14 +54,27 @@ bool asksForText(int argc, char *argv[])
     return commandLine.asksForText();
 }
 
-void warnIfMissing(const QString &filename)
+void warnIfNoFile(const QString &filename)
 {
-    if (!QFileInfo::exists(filename))
+    const QFileInfo file(filename);
+    if (!file.exists())
         fprintf(stderr, "quorvel: %s: no such file\n", qPrintable(filename));
+    else if (file.isDir())
+        fprintf(stderr, "quorvel: %s: is a folder\n", qPrintable(filename));
+}
+
+QIcon programIcon()
+{
+    QIcon icon;
+    for (const int size : {16, 32, 48, 128})
+        icon.addFile(QStringLiteral(":/icons/quorvel-%1.png").arg(size), QSize(size, size));
+    return icon;
 }
 
 int showWindow(const CommandLine &commandLine)
 {
+    QApplication::setWindowIcon(programIcon());
+    QApplication::setDesktopFileName(QStringLiteral("quorvel"));
     MainView view;
     view.setWindowTitle(QStringLiteral("Quorvel"));
     view.resize(640, 480);
@@ -68,12 +82,12 @@ int showWindow(const CommandLine &commandLine)
 
     const QStringList scenes = commandLine.parser.positionalArguments();
     if (!scenes.isEmpty()) {
-        warnIfMissing(scenes.first());
+        warnIfNoFile(scenes.first());
         view.openScene(scenes.first());
     }
     if (commandLine.parser.isSet(commandLine.open)) {
         const QString filename = commandLine.parser.value(commandLine.open);
-        warnIfMissing(filename);
+        warnIfNoFile(filename);
         QObject::connect(
             view.pipeline(), &Pipeline::initialized, &view, [&view, filename] { view.openScene(filename); },
             Qt::QueuedConnection);
@@ -86,6 +100,8 @@ int showWindow(const CommandLine &commandLine)
 int main(int argc, char *argv[])
 {
     installDiagnostics();
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     const std::unique_ptr<QCoreApplication> application(
         asksForText(argc, argv) ? new QCoreApplication(argc, argv) : new QApplication(argc, argv));
     QCoreApplication::setOrganizationName(QStringLiteral("Quorvel Project"));

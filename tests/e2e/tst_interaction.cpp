@@ -2,6 +2,8 @@
 #include "Matrices.h"
 #include "ViewerWindow.h"
 
+#include <QDialog>
+
 using namespace Quorvel;
 
 namespace
@@ -23,6 +25,8 @@ private slots:
     void otherButtonDoesNotMove();
     void dragGoesOnFromTheLastPosition();
     void doubleClickMovesUntilRelease();
+    void dialogEndsADrag();
+    void swapEndsADrag();
     void wheel_data();
     void wheel();
     void heldKeys_data();
@@ -139,6 +143,30 @@ void TestInteraction::doubleClickMovesUntilRelease()
     QVERIFY(isNear(window.camera(), CameraMotion::orbitHorizontal(moved, moved, QVector3D(), -4)));
 }
 
+/// The button that is let go of over a dialog is never heard of.
+void TestInteraction::dialogEndsADrag()
+{
+    ViewerWindow window;
+    QVERIFY(window.open(room));
+    window.press(QPoint(window.view.width() - 10, 300));
+    QCOMPARE(window.cursor(), Qt::SizeBDiagCursor);
+    QVERIFY(window.state().lowQuality());
+    QTimer::singleShot(0, [] { qobject_cast<QDialog *>(QApplication::activeModalWidget())->reject(); });
+    window.view.showAbout();
+    QCOMPARE(window.cursor(), Qt::ArrowCursor);
+    QTRY_VERIFY(!window.state().lowQuality());
+}
+
+void TestInteraction::swapEndsADrag()
+{
+    ViewerWindow window;
+    QVERIFY(window.open(room));
+    window.press(QPoint(10, 300));
+    QCOMPARE(window.cursor(), Qt::SizeBDiagCursor);
+    window.view.showStartScreen();
+    QCOMPARE(window.cursor(), Qt::ArrowCursor);
+}
+
 void TestInteraction::wheel_data()
 {
     QTest::addColumn<int>("delta");
@@ -209,8 +237,10 @@ void TestInteraction::inputWithoutScene()
 {
     ViewerWindow window;
     for (const bool started : {false, true}) {
-        if (started)
+        if (started) {
             QVERIFY(window.start());
+            window.view.initPipeline();
+        }
         window.press({300, 200});
         window.moveTo({310, 220});
         window.release({310, 220});
@@ -318,7 +348,7 @@ void TestInteraction::animationTimer()
 void TestInteraction::options()
 {
     ViewerWindow window;
-    QVERIFY(window.start());
+    QVERIFY(window.open(room));
     const PainterState &state = window.state();
     const auto flags = [&state] {
         return QVector<bool>{state.backfaceCulling(), state.castShadows(), state.ambientOcclusion(),

@@ -1,5 +1,7 @@
 #include "HeldFile.h"
+#include "ViewerProcess.h"
 #include "VirtualScreen.h"
+#include "Wall.h"
 
 #include <QColor>
 #include <QCoreApplication>
@@ -9,6 +11,7 @@
 #include <QtTest>
 
 using namespace Quorvel;
+using namespace Quorvel::Desktop;
 
 namespace
 {
@@ -16,144 +19,6 @@ namespace
 const QString room = QStringLiteral(QUORVEL_FIXTURES "/window/room.dae");
 
 constexpr int startTimeout = 30000; // milliseconds
-
-/// What a tool of the X Window System prints about the screen.
-QByteArray ask(const QString &tool, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(tool, arguments);
-    if (!process.waitForFinished() || process.exitStatus() != QProcess::NormalExit)
-        qWarning("%s: %s", qPrintable(tool), qPrintable(process.errorString()));
-    return process.readAllStandardOutput();
-}
-
-void point(const QStringList &arguments)
-{
-    ask(QStringLiteral("xdotool"), arguments);
-}
-
-void key(const QString &name)
-{
-    point({QStringLiteral("key"), name});
-}
-
-QImage screenshot()
-{
-    return QImage::fromData(
-        ask(QStringLiteral("import"), {QStringLiteral("-silent"), QStringLiteral("-window"),
-                                       QStringLiteral("root"), QStringLiteral("png:-")}));
-}
-
-bool isNear(const QColor &actual, const QColor &expected)
-{
-    return qAbs(actual.red() - expected.red()) <= 2 && qAbs(actual.green() - expected.green()) <= 2 &&
-           qAbs(actual.blue() - expected.blue()) <= 2;
-}
-
-const QColor red(204, 51, 51);
-const QColor green(51, 204, 51);
-const QColor blue(51, 51, 204);
-const QColor yellow(204, 204, 51);
-const QColor black(0, 0, 0);
-
-/// The wall of the fixture scene as the full screen shows it.
-struct Wall
-{
-    explicit Wall(const QImage &screen) : image(screen)
-    {
-        for (int x = 0; x < image.width(); ++x) {
-            if (height(x) > 0) {
-                left = left < 0 ? x : left;
-                right = x;
-            }
-        }
-    }
-
-    /// Pixels of a column that are neither background nor status bar.
-    int height(int x) const
-    {
-        int pixels = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            const QColor color = image.pixelColor(x, y);
-            pixels +=
-                isNear(color, red) || isNear(color, green) || isNear(color, blue) || isNear(color, yellow);
-        }
-        return pixels;
-    }
-    bool isVisible() const { return left >= 0; }
-    int width() const { return isVisible() ? right - left + 1 : 0; }
-
-    QImage image;
-    int left = -1;
-    int right = -1;
-};
-
-/// The viewer, started with arguments and closed with the test.
-class Viewer
-{
-public:
-    explicit Viewer(const QStringList &arguments)
-    {
-        m_process.start(QStringLiteral(QUORVEL_PROGRAM), arguments);
-        m_process.waitForStarted();
-    }
-    ~Viewer()
-    {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished();
-        }
-    }
-
-    /// The managed window of that title; empty while there is none.
-    static QByteArray window(const QString &title)
-    {
-        const QList<QByteArray> lines = ask(QStringLiteral("wmctrl"), {QStringLiteral("-l")}).split('\n');
-        for (const QByteArray &line : lines) {
-            const QRegularExpressionMatch match =
-                QRegularExpression(QStringLiteral("^(0x\\S+)\\s+\\S+\\s+\\S+ (.*)$"))
-                    .match(QString::fromUtf8(line));
-            if (match.captured(2) == title)
-                return match.captured(1).toLatin1();
-        }
-        return {};
-    }
-    static bool isFullScreen(const QByteArray &window)
-    {
-        return ask(QStringLiteral("xprop"),
-                   {QStringLiteral("-id"), QString::fromLatin1(window), QStringLiteral("_NET_WM_STATE")})
-            .contains("_NET_WM_STATE_FULLSCREEN");
-    }
-    /// Whether keys go to that window.
-    static bool isActive(const QByteArray &window)
-    {
-        const QByteArray answer =
-            ask(QStringLiteral("xprop"), {QStringLiteral("-root"), QStringLiteral("_NET_ACTIVE_WINDOW")});
-        return !window.isEmpty() &&
-               answer.trimmed().split(' ').last().toUInt(nullptr, 16) == window.toUInt(nullptr, 16);
-    }
-    static QSize size(const QByteArray &window)
-    {
-        const QString facts = QString::fromUtf8(
-            ask(QStringLiteral("xwininfo"), {QStringLiteral("-id"), QString::fromLatin1(window)}));
-        const QRegularExpression wanted(QStringLiteral("Width: (\\d+)\\s+Height: (\\d+)"));
-        const QRegularExpressionMatch match = wanted.match(facts);
-        return QSize(match.captured(1).toInt(), match.captured(2).toInt());
-    }
-
-    QProcess &process() { return m_process; }
-
-    /// -1 when the program goes on running, or was ended by a signal.
-    int exitCode()
-    {
-        if (!m_process.waitForFinished(10000) || m_process.exitStatus() != QProcess::NormalExit)
-            return -1;
-        return m_process.exitCode();
-    }
-
-private:
-    QProcess m_process;
-};
 
 struct Answer
 {
@@ -186,6 +51,7 @@ private slots:
     void init();
 
     void answersWithoutDisplay();
+    void manPageNamesEveryOption();
     void refusesWrongUsage_data();
     void refusesWrongUsage();
     void startsWithoutScene();
@@ -217,6 +83,21 @@ void TestProgram::answersWithoutDisplay()
     QCOMPARE(help.errors, QString());
 }
 
+void TestProgram::manPageNamesEveryOption()
+{
+    QFile page(QStringLiteral(QUORVEL_SOURCE_DIR "/packaging/man/quorvel.1"));
+    QVERIFY(page.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(page.readAll()).remove(QLatin1Char('\\'));
+    const QString help = runWithoutDisplay({QStringLiteral("--help")}).output;
+    QRegularExpressionMatchIterator options =
+        QRegularExpression(QStringLiteral("--[a-z-]+")).globalMatch(help);
+    QVERIFY(options.hasNext());
+    while (options.hasNext()) {
+        const QString option = options.next().captured();
+        QVERIFY2(text.contains(option), qPrintable(option));
+    }
+}
+
 void TestProgram::refusesWrongUsage_data()
 {
     QTest::addColumn<QStringList>("arguments");
@@ -245,26 +126,32 @@ void TestProgram::startsWithoutScene()
     const QByteArray window = Viewer::window(QStringLiteral("Quorvel"));
     QTRY_COMPARE(Viewer::size(window), QSize(640, 480));
     QVERIFY(!Viewer::isFullScreen(window));
-    ask(QStringLiteral("wmctrl"), {QStringLiteral("-i"), QStringLiteral("-c"), QString::fromLatin1(window)});
+    Viewer::close(window);
     QCOMPARE(viewer.exitCode(), 0);
 }
 
 void TestProgram::saysWhenFileIsMissing_data()
 {
     QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("scene") << QStringList{QStringLiteral("nowhere/room.dae")};
-    QTest::newRow("--open") << QStringList{QStringLiteral("--open"), QStringLiteral("nowhere/room.dae")};
+    QTest::addColumn<QByteArray>("complaint");
+    const QByteArray missing = "quorvel: nowhere/room.dae: no such file\n";
+    QTest::newRow("scene") << QStringList{QStringLiteral("nowhere/room.dae")} << missing;
+    QTest::newRow("--open") << QStringList{QStringLiteral("--open"), QStringLiteral("nowhere/room.dae")}
+                            << missing;
+    QTest::newRow("folder") << QStringList{QStringLiteral("--open"), QStringLiteral("/")}
+                            << QByteArray("quorvel: /: is a folder\n");
 }
 
 void TestProgram::saysWhenFileIsMissing()
 {
     QFETCH(QStringList, arguments);
+    QFETCH(QByteArray, complaint);
     Viewer viewer(arguments);
     QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
     QTRY_COMPARE(Viewer::size(Viewer::window(QStringLiteral("Quorvel"))), QSize(640, 480));
     key(QStringLiteral("q"));
     QCOMPARE(viewer.exitCode(), 0);
-    QVERIFY(viewer.process().readAllStandardError().contains("quorvel: nowhere/room.dae: no such file\n"));
+    QVERIFY(viewer.process().readAllStandardError().contains(complaint));
 }
 
 void TestProgram::opensSceneOnceTheEngineIsUp()
@@ -289,8 +176,8 @@ void TestProgram::opensSceneOnceTheEngineIsUp()
     QVERIFY(isNear(screen.pixelColor(1180, 400), black));
     const Wall wall(screen);
     int surface = 0;
-    while (surface < 800 && isNear(screen.pixelColor(100, surface), black))
-        ++surface;
+    for (int y = 0; y < screen.height(); ++y)
+        surface += isNear(screen.pixelColor(100, y), black);
     QVERIFY2(qAbs(wall.width() - surface * 0.482843) <= 2, qPrintable(QString::number(wall.width())));
     QVERIFY(qAbs(wall.width() - wall.height(600)) <= 2);
 
@@ -303,12 +190,12 @@ void TestProgram::sceneBeforeTheEngineIsNotShown()
     Viewer viewer({room});
     const QString title = QStringLiteral("/room.dae - Quorvel");
     QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
-    QTRY_VERIFY(Viewer::isFullScreen(Viewer::window(title)));
-    // The engine comes up half a second after the start; nothing visible but the missing wall tells when.
-    QTest::qWait(1500);
-    const QImage screen = screenshot();
-    QVERIFY(!Wall(screen).isVisible());
-    QVERIFY(isNear(screen.pixelColor(640, 400), black));
+    // The scene fills the screen until the engine is up, which shows the start screen instead.
+    QTRY_VERIFY(!Viewer::isFullScreen(Viewer::window(title)));
+    QTRY_COMPARE(Viewer::size(Viewer::window(title)), QSize(640, 480));
+    const QImage before = screenshot();
+    QTRY_VERIFY(screenshot() != before);
+    QVERIFY(!Wall(before).isVisible());
     key(QStringLiteral("q"));
     QCOMPARE(viewer.exitCode(), 0);
 }
@@ -383,8 +270,7 @@ void TestProgram::endsDuringLoad()
     if (byKey)
         key(QStringLiteral("q"));
     else
-        ask(QStringLiteral("wmctrl"),
-            {QStringLiteral("-i"), QStringLiteral("-c"), QString::fromLatin1(Viewer::window(title))});
+        Viewer::close(Viewer::window(title));
 
     // The window goes at once; the program waits for the load.
     QTRY_VERIFY(Viewer::window(title).isEmpty());

@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -23,6 +24,7 @@ private slots:
     void orbitChangesThePicture();
     void framesPrintsTheMedian();
     void diagnoseNamesVersionsAndFolders();
+    void manPageNamesEveryOption();
     void usageErrorsExitWithTwo();
     void missingSceneExitsWithThree();
     void unknownCameraExitsWithThree();
@@ -200,6 +202,22 @@ void TestRender::diagnoseNamesVersionsAndFolders()
     QVERIFY(!document.value("gl_vendor").toString().isEmpty());
     QCOMPARE(document.value("global_cache").toString(), QStringLiteral("/opt/quorvel/cache"));
     QCOMPARE(document.value("local_cache").toString(), m_home->filePath(".quorvel/cache"));
+}
+
+void TestRender::manPageNamesEveryOption()
+{
+    QFile page(QStringLiteral(QUORVEL_SOURCE_DIR "/packaging/man/quorvel-render.1"));
+    QVERIFY(page.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(page.readAll()).remove(QLatin1Char('\\'));
+    const QString help = run({QStringLiteral("--help")}).out;
+    const QRegularExpression option(QStringLiteral("^  (?:-., )?(--[a-z-]+)"),
+                                    QRegularExpression::MultilineOption);
+    QRegularExpressionMatchIterator options = option.globalMatch(help);
+    QVERIFY(options.hasNext());
+    while (options.hasNext()) {
+        const QString name = options.next().captured(1);
+        QVERIFY2(text.contains(name), qPrintable(name));
+    }
 }
 
 void TestRender::usageErrorsExitWithTwo()

@@ -16,6 +16,16 @@ namespace
 const QString room = QStringLiteral(QUORVEL_FIXTURES "/window/room.dae");
 const QString hall = QStringLiteral(QUORVEL_FIXTURES "/window/hall.dae");
 
+const QString logo = QStringLiteral(":/models/logo.DAE");
+
+/// Where the room's camera stands.
+QMatrix4x4 roomCamera()
+{
+    QMatrix4x4 transform;
+    transform.translate(0, 0, 10);
+    return transform;
+}
+
 const QColor red(204, 51, 51);
 const QColor green(51, 204, 51);
 const QColor blue(51, 51, 204);
@@ -84,10 +94,10 @@ void TestWindow::slotsHaveTheirNamesAndOrder()
     }
     int previous = -1;
     for (const char *const signature :
-         {"openScene(QString)", "testAnimation()", "highQualityPaint()", "toggleBackfaceCulling()",
-          "toggleCastShadows()", "toggleAmbientOcclusion()", "toggleLowQuality()", "toggleTestAnimation()",
-          "toggleFullscreen()", "toggleOutlines()", "initPipeline()", "sceneLoadCompleted(Scene*)",
-          "initialized()"}) {
+         {"openScene(QString)", "testAnimation()", "highQualityPaint()", "openScene()", "selectPipeline()",
+          "toggleBackfaceCulling()", "toggleCastShadows()", "toggleAmbientOcclusion()", "toggleLowQuality()",
+          "toggleTestAnimation()", "toggleFullscreen()", "toggleOutlines()", "showAbout()", "initPipeline()",
+          "sceneLoadCompleted(Scene*)", "initialized()", "showStartScreen()"}) {
         const int index = signatures.indexOf(signature);
         QVERIFY2(index > previous, signature);
         previous = index;
@@ -121,8 +131,9 @@ void TestWindow::engineStarts()
     QVERIFY2(timer.elapsed() >= 450, qPrintable(QString::number(timer.elapsed())));
     QVERIFY(window.view.scene() != first);
     QCOMPARE(window.state().scene(), window.view.scene());
-    QVERIFY(!window.view.scene()->activeCameraNode());
+    QVERIFY2(timer.elapsed() <= 3000, qPrintable(QString::number(timer.elapsed())));
     QVERIFY(!window.view.isFullScreen());
+    QCOMPARE(window.view.size(), QSize(640, 480));
 
     QVERIFY(window.open(room));
     QCOMPARE(initialized.count(), 1);
@@ -212,9 +223,12 @@ void TestWindow::missingFileIsIgnored()
     QVERIFY(window.start());
     window.view.setWindowTitle(QStringLiteral("as before"));
     window.view.statusBar()->showMessage(QStringLiteral("as before"));
-    window.view.openScene(room + QStringLiteral(".not"));
-    QCOMPARE(window.status(), QStringLiteral("as before"));
-    QCOMPARE(window.title(), QStringLiteral("as before"));
+    // A folder is no file, and reading it would be fatal.
+    for (const QString &name : {room + QStringLiteral(".not"), QStringLiteral(QUORVEL_FIXTURES)}) {
+        window.view.openScene(name);
+        QCOMPARE(window.status(), QStringLiteral("as before"));
+        QCOMPARE(window.title(), QStringLiteral("as before"));
+    }
 }
 
 void TestWindow::emptyNameShowsBanner()
@@ -252,11 +266,12 @@ void TestWindow::sceneBeforeTheEngineIsNotShown()
 
     QVERIFY(window.start());
     QVERIFY(window.view.scene() != scene);
-    QVERIFY(!window.view.scene()->activeCameraNode());
-    QVERIFY(window.view.isFullScreen());
-    QCOMPARE(window.title(), QStringLiteral("/room.dae - Quorvel"));
-    QTRY_COMPARE(window.view.frameGeometry(), QRect(0, 0, 1280, 800));
-    QTRY_VERIFY(isNear(shown(window.view, 90, 90), black));
+    QCOMPARE(window.view.scene()->name(), logo);
+    QCOMPARE(window.state().scene(), window.view.scene());
+    QVERIFY(window.state().castShadows());
+    QVERIFY(window.state().animating());
+    QVERIFY(!window.view.isFullScreen());
+    QTRY_COMPARE(window.view.size(), QSize(640, 480));
 }
 
 void TestWindow::loadStartedBeforeTheEngineIsShown()
@@ -267,6 +282,16 @@ void TestWindow::loadStartedBeforeTheEngineIsShown()
     QVERIFY(window.start());
     held.deliver(room);
     QTRY_COMPARE(window.title(), QStringLiteral("/held.dae - Quorvel"));
+    QVERIFY(window.view.isFullScreen());
+    QVERIFY(!window.startScreen());
+    QCOMPARE(window.view.scene()->name(), held.path());
+
+    // The logo was turning, and so does the scene.
+    QVERIFY(window.state().animating());
+    const QMatrix4x4 before = window.camera();
+    QTRY_VERIFY(window.camera() != before);
+    window.view.toggleTestAnimation();
+    window.view.setCameraTransform(roomCamera());
     QTRY_VERIFY(isNear(shown(window.view, 90, 90), green));
 }
 
@@ -274,7 +299,6 @@ void TestWindow::openingStopsTheAnimation()
 {
     ViewerWindow window;
     QVERIFY(window.start());
-    window.view.toggleTestAnimation();
     QVERIFY(window.state().animating());
     window.view.openScene(QString());
     QVERIFY(!window.state().animating());
@@ -322,18 +346,19 @@ void TestWindow::closedWindowStaysClosed()
 void TestWindow::fullscreen()
 {
     ViewerWindow window;
-    QVERIFY(window.start());
-    QTRY_VERIFY(window.view.isActiveWindow());
+    QVERIFY(window.open(room));
+    window.view.statusBar()->showMessage(QStringLiteral("as before"));
+    window.view.toggleFullscreen();
+    QVERIFY(!window.view.isFullScreen());
+    QVERIFY(window.isIdle());
+    QTRY_COMPARE(window.view.size(), QSize(640, 480));
+
     window.view.statusBar()->showMessage(QStringLiteral("as before"));
     window.view.toggleFullscreen();
     QVERIFY(window.view.isFullScreen());
     QVERIFY(window.isIdle());
     QTRY_COMPARE(window.view.size(), QSize(1280, 800));
-
-    window.view.statusBar()->showMessage(QStringLiteral("as before"));
     window.view.toggleFullscreen();
-    QVERIFY(!window.view.isFullScreen());
-    QVERIFY(window.isIdle());
     QTRY_COMPARE(window.view.size(), QSize(640, 480));
 
     QTest::keyClick(&window.view, Qt::Key_Escape);

@@ -2,6 +2,7 @@
 #include "FrameSketch.h"
 #include "GlDebugLog.h"
 #include "GlLane.h"
+#include "GlObjectCount.h"
 #include "Light.h"
 #include "Material.h"
 #include "Node.h"
@@ -155,43 +156,6 @@ int largestDifference(const QImage &a, const QImage &b)
     }
     return largest;
 }
-
-struct ObjectCount
-{
-    int textures = 0;
-    int buffers = 0;
-    int framebuffers = 0;
-    int renderbuffers = 0;
-    int programs = 0;
-    int shaders = 0;
-
-    /// Names beyond this are not looked at; drivers give the lowest free ones.
-    static constexpr GLuint mostNames = 4096;
-
-    ObjectCount()
-    {
-        for (GLuint name = 1; name <= mostNames; ++name) {
-            textures += glIsTexture(name);
-            buffers += glIsBuffer(name);
-            framebuffers += glIsFramebuffer(name);
-            renderbuffers += glIsRenderbuffer(name);
-            programs += glIsProgram(name);
-            shaders += glIsShader(name);
-        }
-    }
-
-    QString text() const
-    {
-        return QStringLiteral(
-                   "%1 textures, %2 buffers, %3 framebuffers, %4 renderbuffers, %5 programs, %6 shaders")
-            .arg(textures)
-            .arg(buffers)
-            .arg(framebuffers)
-            .arg(renderbuffers)
-            .arg(programs)
-            .arg(shaders);
-    }
-};
 
 /// Resident memory in KiB.
 long residentMemory()
@@ -419,18 +383,18 @@ void TestFramePasses::releasedPainterLeavesNothing()
         ForwardPainter painter;
         drawWith(m_context, painter, room.scene(), flags);
     }
-    const QString before = ObjectCount().text();
+    const QString before = GlObjectCount().text();
     {
         ForwardPainter painter;
-        const QString fresh = ObjectCount().text();
+        const QString fresh = GlObjectCount().text();
         const QImage drawn = drawWith(m_context, painter, room.scene(), flags & ~Occlusion);
-        QVERIFY(ObjectCount().text() != fresh);
+        QVERIFY(GlObjectCount().text() != fresh);
         painter.release();
-        QCOMPARE(ObjectCount().text(), fresh);
+        QCOMPARE(GlObjectCount().text(), fresh);
         std::srand(1);
         QVERIFY(!drawWith(m_context, painter, room.scene(), flags).isNull());
     }
-    QCOMPARE(ObjectCount().text(), before);
+    QCOMPARE(GlObjectCount().text(), before);
 }
 
 void TestFramePasses::manyFramesDoNotGrow()
@@ -450,11 +414,11 @@ void TestFramePasses::manyFramesDoNotGrow()
             continue;
         drawWith(m_context, painter, room.scene(), Culling | Shadows | Occlusion | Outlines);
         if (i == warmUp) {
-            objects = ObjectCount().text();
+            objects = GlObjectCount().text();
             memory = residentMemory();
         }
     }
-    QCOMPARE(ObjectCount().text(), objects);
+    QCOMPARE(GlObjectCount().text(), objects);
     const long growth = residentMemory() - memory;
     qInfo("%d frames: %s; memory grew by %ld KiB", frames - warmUp, qPrintable(objects), growth);
     QVERIFY2(growth < 4096, qPrintable(QString::number(growth)));

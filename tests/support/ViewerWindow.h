@@ -5,11 +5,13 @@
 #include "PainterState.h"
 #include "Pipeline.h"
 #include "Scene.h"
+#include "StartScreen.h"
 #include "VirtualScreen.h"
 
 #include <QApplication>
 #include <QMouseEvent>
 #include <QStatusBar>
+#include <QToolButton>
 #include <QWheelEvent>
 #include <QtTest>
 
@@ -28,7 +30,7 @@ struct ViewerWindow
         view.show();
     }
 
-    /// Waits until the engine is up.
+    /// Waits until the engine is up and has shown the start screen.
     bool start()
     {
         return QTest::qWaitFor([this] { return hasStarted(); }, 10000);
@@ -40,17 +42,24 @@ struct ViewerWindow
             return false;
         view.openScene(filename);
         const QString title = MainView::displayName(filename) + QStringLiteral(" - Quorvel");
+        // The logo leaves the quality low for half a second.
         return QTest::qWaitFor(
             [this, title] {
                 return view.windowTitle() == title && view.isActiveWindow() &&
-                       view.size() == QSize(1280, 800);
+                       view.size() == QSize(1280, 800) && !state().lowQuality();
             },
             10000);
     }
 
     QString status() const { return view.statusBar()->currentMessage(); }
     bool isIdle() const { return status().startsWith(QStringLiteral("Quorvel 3d-viewer")); }
-    bool hasStarted() const { return view.pipeline()->state().castShadows() && isIdle(); }
+    bool hasStarted() const { return isIdle() && startScreen(); }
+    StartScreen *startScreen() const { return qobject_cast<StartScreen *>(view.centralWidget()); }
+    /// The start screen's thumbnails from left to right, or none.
+    QList<QToolButton *> thumbnails() const
+    {
+        return startScreen() ? startScreen()->findChildren<QToolButton *>() : QList<QToolButton *>();
+    }
     QString title() const { return view.windowTitle(); }
     PainterState &state() { return view.pipeline()->state(); }
     QMatrix4x4 camera() const { return view.scene()->activeCameraNode()->localTransform(); }
