@@ -1,17 +1,22 @@
 // The steps between a file and its GPU data, one by one, without GL. The argument of each is its size.
 
+#include "EdgeMesh.h"
+#include "FrontFace.h"
 #include "Frustum.h"
 #include "Geometry.h"
 #include "MergedMesh.h"
 #include "MeshAnalysis.h"
 #include "Node.h"
+#include "NumberLists.h"
 #include "NumberReader.h"
 #include "Scene.h"
+#include "SourceText.h"
 #include "TestMesh.h"
 #include "Trimesh.h"
 
 #include <QBuffer>
 #include <QDataStream>
+#include <QTemporaryFile>
 
 #include <benchmark/benchmark.h>
 
@@ -44,6 +49,49 @@ void readIndices(benchmark::State &state)
 }
 BENCHMARK(readIndices)->Arg(3000)->Arg(300000)->Unit(benchmark::kMillisecond);
 
+/// A document of one geometry with so many numbers.
+QByteArray documentOf(int numbers)
+{
+    QByteArray list;
+    for (int i = 0; i < numbers; ++i)
+        list += QByteArray::number(i * 0.37 - 100.0, 'f', 5) + ' ';
+    return "<COLLADA><library_geometries><geometry><float_array>" + list +
+           "</float_array></geometry></library_geometries></COLLADA>";
+}
+
+void readBytes(benchmark::State &state)
+{
+    QByteArray list;
+    for (int i = 0; i < int(state.range(0)); ++i)
+        list += QByteArray::number(i * 0.37 - 100.0, 'f', 5) + ' ';
+    const std::string_view text(list.constData(), size_t(list.size()));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(NumberReader::readVectors3(text));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(readBytes)->Arg(3000)->Arg(300000)->Unit(benchmark::kMillisecond);
+
+void shortenDocument(benchmark::State &state)
+{
+    const QByteArray document = documentOf(int(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(NumberLists(document).document());
+    state.SetBytesProcessed(state.iterations() * document.size());
+}
+BENCHMARK(shortenDocument)->Arg(3000)->Arg(300000)->Unit(benchmark::kMillisecond);
+
+void readAndChecksum(benchmark::State &state)
+{
+    QTemporaryFile file;
+    file.open();
+    file.write(documentOf(int(state.range(0))));
+    file.flush();
+    for (auto _ : state)
+        benchmark::DoNotOptimize(readSourceText(file.fileName()).key);
+    state.SetBytesProcessed(state.iterations() * file.size());
+}
+BENCHMARK(readAndChecksum)->Arg(3000)->Arg(3000000)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 void analyzeMesh(benchmark::State &state)
 {
     const auto patch = makePatch(int(state.range(0)));
@@ -65,6 +113,27 @@ void mergeMesh(benchmark::State &state)
     state.SetItemsProcessed(state.iterations() * patch->trimeshes().first()->indices().size() / 3);
 }
 BENCHMARK(mergeMesh)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
+
+void layOutEdges(benchmark::State &state)
+{
+    const auto patch = makePatch(int(state.range(0)));
+    Trimesh *group = patch->trimeshes().first();
+    QVector<int> adjacency;
+    QVector<int> invalidFaces;
+    patch->analyze(group->indices(), &adjacency, &invalidFaces);
+    group->setAdjacency(adjacency);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(edgeMesh(*patch).indices.constData());
+}
+BENCHMARK(layOutEdges)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+
+void findFrontFace(benchmark::State &state)
+{
+    const auto scene = makePatchScene(1, int(state.range(0)));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(sceneFrontFace(*scene));
+}
+BENCHMARK(findFrontFace)->Arg(1000)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
 QByteArray record(const Scene &scene)
 {

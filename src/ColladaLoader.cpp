@@ -2,11 +2,13 @@
 
 #include "DocumentCheck.h"
 #include "FatalExplanation.h"
+#include "NumberLists.h"
 #include "QueryMessages.h"
 #include "Scene.h"
+#include "SourceText.h"
 #include "XmlSceneReceiver.h"
 
-#include <QCryptographicHash>
+#include <QAbstractMessageHandler>
 #include <QDebug>
 #include <QElapsedTimer>
 #include <QFile>
@@ -14,40 +16,18 @@
 #include <QUrl>
 #include <QXmlQuery>
 
-#include <algorithm>
-
 namespace Quorvel
 {
 
 namespace
 {
 
-bool isAscii(char byte)
+/// For an attempt that is made again, with messages, where it fails.
+class SilentMessages : public QAbstractMessageHandler
 {
-    return static_cast<uchar>(byte) < 0x80;
-}
-
-/// Takes the bytes for Latin-1 and writes them as UTF-8, up to the first NUL.
-QByteArray latin1ToUtf8(QByteArray bytes)
-{
-    const int nul = bytes.indexOf('\0');
-    if (nul >= 0)
-        bytes.truncate(nul);
-    const auto wide = bytes.size() - int(std::count_if(bytes.cbegin(), bytes.cend(), isAscii));
-    if (wide == 0)
-        return bytes;
-    QByteArray text;
-    text.reserve(bytes.size() + wide);
-    for (const char byte : qAsConst(bytes)) {
-        if (isAscii(byte)) {
-            text.append(byte);
-        } else {
-            text.append(char(0xc0 | (uchar(byte) >> 6)));
-            text.append(char(0x80 | (uchar(byte) & 0x3f)));
-        }
-    }
-    return text;
-}
+protected:
+    void handleMessage(QtMsgType, const QString &, const QUrl &, const QSourceLocation &) override {}
+};
 
 } // namespace
 
@@ -56,11 +36,11 @@ ColladaLoader::ColladaLoader(Scene *scene, const QString &path, const SceneCache
     QElapsedTimer timer;
     timer.start();
     readFile();
-    if (cache.load(scene, hash())) {
+    if (cache.load(scene, m_hash)) {
         scene->setName(m_path);
     } else {
         convert(scene);
-        cache.save(*scene, hash());
+        cache.save(*scene, m_hash);
         scene->dump();
     }
     qDebug("Load time: %fs", double(float(timer.elapsed()) / 1000.0f));
@@ -68,23 +48,10 @@ ColladaLoader::ColladaLoader(Scene *scene, const QString &path, const SceneCache
 
 void ColladaLoader::readFile()
 {
-    QFile file(m_path);
-    QByteArray bytes;
-    if (file.open(QIODevice::ReadOnly))
-        bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        m_readError = file.errorString();
-    // Quirk(double-encoding): the bytes of a UTF-8 file are taken for Latin-1 and encoded once more;
-    // kept because the keys and the ids of all stored scenes are made from that text.
-    m_fileData = latin1ToUtf8(std::move(bytes));
-    m_buffer.setBuffer(&m_fileData);
-}
-
-QString ColladaLoader::hash()
-{
-    if (m_hash.isEmpty())
-        m_hash = QString::fromLatin1(QCryptographicHash::hash(m_fileData, QCryptographicHash::Md5).toHex());
-    return m_hash;
+    const SourceText source = readSourceText(m_path);
+    m_fileData = source.text;
+    m_hash = source.key;
+    m_readError = source.error;
 }
 
 void ColladaLoader::convert(Scene *scene)
@@ -103,19 +70,44 @@ void ColladaLoader::convert(Scene *scene)
 
 void ColladaLoader::evaluate(Scene *scene, QueryMessages *messages)
 {
+    if (!evaluateShortened(scene)) {
+        scene->clear();
+        scene->setName(m_path);
+        evaluate(&m_fileData, nullptr, scene, messages);
+    }
+    m_fileData.clear();
+}
+
+/// Without the long number lists in the XML engine. False when there are none, or when the document is not
+/// well-formed: then nothing has been received, and messages are to name places of the whole text.
+bool ColladaLoader::evaluateShortened(Scene *scene)
+{
+    const NumberLists lists(m_fileData);
+    if (lists.isEmpty())
+        return false;
+    QByteArray document = lists.document();
+    SilentMessages messages;
+    return evaluate(&document, &lists, scene, &messages);
+}
+
+bool ColladaLoader::evaluate(QByteArray *text, const NumberLists *lists, Scene *scene,
+                             QAbstractMessageHandler *messages)
+{
     QFile program(QStringLiteral(":/xquery/collada.xq"));
     if (!program.open(QIODevice::ReadOnly))
         qFatal("%s is missing: this program was linked without its resources",
                qPrintable(program.fileName()));
     QXmlQuery query;
     query.setMessageHandler(messages);
+    m_buffer.setBuffer(text);
     m_buffer.open(QIODevice::ReadOnly);
     query.bindVariable(QStringLiteral("xmlData"), &m_buffer);
     query.setQuery(&program, QUrl::fromLocalFile(program.fileName()));
     XmlSceneReceiver receiver(&query, scene, &scene->geometries(), &scene->lights(), &scene->cameras(),
-                              &scene->materials(), &scene->nodes());
-    query.evaluateTo(&receiver);
+                              &scene->materials(), &scene->nodes(), lists);
+    const bool succeeded = query.evaluateTo(&receiver);
     m_buffer.close();
+    return succeeded;
 }
 
 QString ColladaLoader::explanation(const DocumentCheck &document, const QueryMessages &messages) const

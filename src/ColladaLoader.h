@@ -6,10 +6,13 @@
 #include <QByteArray>
 #include <QString>
 
+class QAbstractMessageHandler;
+
 namespace Quorvel
 {
 
 class DocumentCheck;
+class NumberLists;
 class QueryMessages;
 class Scene;
 
@@ -29,16 +32,18 @@ public:
 
 private:
     void readFile();
-    QString hash();
     void convert(Scene *scene);
     void evaluate(Scene *scene, QueryMessages *messages);
+    bool evaluateShortened(Scene *scene);
+    bool evaluate(QByteArray *text, const NumberLists *lists, Scene *scene,
+                  QAbstractMessageHandler *messages);
     QString explanation(const DocumentCheck &document, const QueryMessages &messages) const;
 
     /// The file's text as UTF-8: what the key is made from and what the parser sees. Empty once it is parsed.
     QByteArray m_fileData;
     ReadOnceBuffer m_buffer;
     QString m_path;
-    /// Lower-case hexadecimal MD5 of the text; empty until first asked for.
+    /// The key of the cache: lower-case hexadecimal MD5 of the text.
     QString m_hash;
     /// Why the file could not be read; empty when it could.
     QString m_readError;

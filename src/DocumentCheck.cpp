@@ -1,7 +1,8 @@
 #include "DocumentCheck.h"
 
+#include "MarkupScanner.h"
+
 #include <algorithm>
-#include <cctype>
 #include <string_view>
 
 namespace Quorvel
@@ -9,70 +10,6 @@ namespace Quorvel
 
 namespace
 {
-
-using Text = std::string_view;
-
-constexpr size_t end = Text::npos;
-
-/// Position after the next `mark` from `from` on, or `end`.
-size_t after(Text text, Text mark, size_t from)
-{
-    const size_t found = text.find(mark, from);
-    return found == end ? end : found + mark.size();
-}
-
-bool startsWith(Text text, size_t at, Text mark)
-{
-    return text.compare(at, mark.size(), mark) == 0;
-}
-
-/// Position after the '>' that closes the tag, quoted attribute values left aside, or `end`.
-size_t afterTag(Text text, size_t from)
-{
-    for (size_t i = from; i < text.size(); ++i) {
-        const char c = text[i];
-        if (c == '>')
-            return i + 1;
-        if (c == '"' || c == '\'') {
-            i = text.find(c, i + 1);
-            if (i == end)
-                return end;
-        }
-    }
-    return end;
-}
-
-/// Position after a document type declaration with or without an internal subset, or `end`.
-size_t afterDocumentType(Text text, size_t from)
-{
-    int brackets = 0;
-    for (size_t i = from; i < text.size();) {
-        const char c = text[i];
-        if (startsWith(text, i, "<!--")) {
-            i = after(text, "-->", i);
-        } else if (startsWith(text, i, "<?")) {
-            i = after(text, "?>", i);
-        } else if (c == '"' || c == '\'') {
-            i = after(text, Text(&c, 1), i + 1);
-        } else if (c == '>' && brackets == 0) {
-            return i + 1;
-        } else {
-            brackets += c == '[' ? 1 : c == ']' ? -1 : 0;
-            ++i;
-        }
-    }
-    return end;
-}
-
-QString localName(Text text, size_t from)
-{
-    size_t to = from;
-    while (to < text.size() && !std::isspace(static_cast<unsigned char>(text[to])) && text[to] != '>' &&
-           text[to] != '/')
-        ++to;
-    const QString name = QString::fromUtf8(text.data() + from, int(to - from));
-    return name.mid(name.indexOf(QLatin1Char(':')) + 1);
-}
 
 struct ForeignKind
 {
@@ -128,29 +65,20 @@ DocumentCheck::DocumentCheck(const QByteArray &text) : m_foreignKind(kindOf(text
 
 void DocumentCheck::scan(const QByteArray &bytes)
 {
-    const Text text(bytes.constData(), size_t(bytes.size()));
+    MarkupScanner markup(std::string_view(bytes.constData(), size_t(bytes.size())));
     int depth = 0;
-    for (size_t i = text.find('<'); i != end; i = i == end ? end : text.find('<', i)) {
-        const size_t tag = i;
-        if (startsWith(text, tag, "<!--")) {
-            i = after(text, "-->", tag + 4);
-        } else if (startsWith(text, tag, "<![CDATA[")) {
-            i = after(text, "]]>", tag);
-        } else if (startsWith(text, tag, "<?")) {
-            i = after(text, "?>", tag);
-        } else if (startsWith(text, tag, "<!")) {
-            i = afterDocumentType(text, tag + 2);
-        } else if (startsWith(text, tag, "</")) {
-            i = after(text, ">", tag);
+    while (markup.next()) {
+        if (markup.kind() == MarkupScanner::Kind::EndTag)
             --depth;
-        } else {
-            i = afterTag(text, tag + 1);
-            if (m_depth == 0)
-                m_rootElement = localName(text, tag + 1);
-            m_depth = std::max(m_depth, depth + 1);
-            if (i == end || text[i - 2] != '/')
-                ++depth;
+        if (markup.kind() != MarkupScanner::Kind::StartTag && markup.kind() != MarkupScanner::Kind::EmptyTag)
+            continue;
+        if (m_depth == 0) {
+            const std::string_view name = markup.localName();
+            m_rootElement = QString::fromUtf8(name.data(), int(name.size()));
         }
+        m_depth = std::max(m_depth, depth + 1);
+        if (markup.kind() == MarkupScanner::Kind::StartTag)
+            ++depth;
     }
 }
 

@@ -4,6 +4,7 @@
 #include "Node.h"
 #include "Scene.h"
 #include "Trimesh.h"
+#include "VectorMath.h"
 
 #include <QMatrix4x4>
 
@@ -26,22 +27,21 @@ class AreaTransform
 {
 public:
     explicit AreaTransform(const QMatrix4x4 &world)
-        : m_x(world.column(0).toVector3D())
-        , m_y(world.column(1).toVector3D())
-        , m_z(world.column(2).toVector3D())
     {
+        const QVector3D x = world.column(0).toVector3D();
+        const QVector3D y = world.column(1).toVector3D();
+        const QVector3D z = world.column(2).toVector3D();
+        m_yz = VectorMath::crossProduct(y, z);
+        m_zx = VectorMath::crossProduct(z, x);
+        m_xy = VectorMath::crossProduct(x, y);
     }
 
-    QVector3D map(const QVector3D &area) const
-    {
-        return area.x() * QVector3D::crossProduct(m_y, m_z) + area.y() * QVector3D::crossProduct(m_z, m_x) +
-               area.z() * QVector3D::crossProduct(m_x, m_y);
-    }
+    QVector3D map(const QVector3D &area) const { return area.x() * m_yz + area.y() * m_zx + area.z() * m_xy; }
 
 private:
-    QVector3D m_x;
-    QVector3D m_y;
-    QVector3D m_z;
+    QVector3D m_yz;
+    QVector3D m_zx;
+    QVector3D m_xy;
 };
 
 void count(const Geometry &geometry, const Trimesh &group, const AreaTransform &toWorld, Vote *vote)
@@ -54,15 +54,15 @@ void count(const Geometry &geometry, const Trimesh &group, const AreaTransform &
     for (int i = 0; i < cornerCount; i += 3) {
         const QVector3D origin = positions.at(corners[i]);
         // Points at the eye that sees the corners run counter-clockwise; twice the triangle's area long.
-        const QVector3D area = QVector3D::crossProduct(positions.at(corners[i + 1]) - origin,
-                                                       positions.at(corners[i + 2]) - origin);
+        const QVector3D area = VectorMath::crossProduct(positions.at(corners[i + 1]) - origin,
+                                                        positions.at(corners[i + 2]) - origin);
         const QVector3D normal = normals.at(normalIndices[i]) + normals.at(normalIndices[i + 1]) +
                                  normals.at(normalIndices[i + 2]);
-        const float lengths = area.length() * normal.length();
+        const float lengths = VectorMath::length(area) * VectorMath::length(normal);
         if (!(lengths > 0.0f))
             continue;
-        const float agreement = QVector3D::dotProduct(area, normal) / lengths;
-        const double weight = double(toWorld.map(area).length() * qAbs(agreement));
+        const float agreement = VectorMath::dotProduct(area, normal) / lengths;
+        const double weight = double(VectorMath::length(toWorld.map(area)) * qAbs(agreement));
         (agreement > 0.0f ? vote->counterClockwise : vote->clockwise) += weight;
     }
 }

@@ -18,6 +18,8 @@ using IndexList = const QVector<int> &(Trimesh::*)() const;
 
 QVector<int> joined(const QList<Trimesh *> &trimeshes, IndexList list)
 {
+    if (trimeshes.size() == 1)
+        return (trimeshes.first()->*list)();
     int size = 0;
     for (const Trimesh *trimesh : trimeshes)
         size += (trimesh->*list)().size();

@@ -3,8 +3,6 @@
 #include "Geometry.h"
 #include "Trimesh.h"
 
-#include <tsl/robin_map.h>
-
 #include <array>
 #include <cstring>
 #include <limits>
@@ -79,18 +77,27 @@ quint64 cellHash(qint32 key, quint32 x, quint32 y, quint32 z)
     return hash ^ (hash >> 31);
 }
 
+quint64 homeHash(const Corner &corner, qint32 key)
+{
+    return cellHash(key, CellRange(corner.position.x()).home, CellRange(corner.position.y()).home,
+                    CellRange(corner.position.z()).home);
+}
+
 /// The vertices of one group by value. Numbers are those of the output arrays.
 class VertexTable
 {
 public:
-    explicit VertexTable(int expected) { m_newest.reserve(size_t(expected)); }
+    explicit VertexTable(int expected) { makeBuckets(2 * size_t(expected)); }
 
     /// The oldest vertex that equals `corner`, or -1. With the oldest taken, the same corner finds the same
-    /// vertex again however many are inserted later.
+    /// vertex again however many are inserted later. Beyond the most candidates the search is given up: a
+    /// mesh made to collide would take quadratic time, and a vertex of its own for each corner looks the
+    /// same.
     int find(const Corner &corner, qint32 key, const QVector<QVector3D> &positions,
              const QVector<QVector3D> &normals, const QVector<QVector2D> &texcoords) const
     {
         int found = -1;
+        int candidatesLeft = mostCandidates;
         const CellRange x(corner.position.x());
         const CellRange y(corner.position.y());
         const CellRange z(corner.position.z());
@@ -98,11 +105,11 @@ public:
             if ((probe & 1 && x.neighbour == x.home) || (probe & 2 && y.neighbour == y.home) ||
                 (probe & 4 && z.neighbour == z.home))
                 continue;
-            const auto newest =
-                m_newest.find(cellHash(key, probe & 1 ? x.neighbour : x.home,
-                                       probe & 2 ? y.neighbour : y.home, probe & 4 ? z.neighbour : z.home));
-            int entry = newest == m_newest.end() ? -1 : newest->second;
-            for (; entry >= 0; entry = m_entries[size_t(entry)].older) {
+            const quint64 hash = cellHash(key, probe & 1 ? x.neighbour : x.home,
+                                          probe & 2 ? y.neighbour : y.home, probe & 4 ? z.neighbour : z.home);
+            int entry = m_newest[bucket(hash)];
+            for (; entry >= 0 && candidatesLeft > 0; entry = m_entries[size_t(entry)].older) {
+                --candidatesLeft;
                 const Entry &candidate = m_entries[size_t(entry)];
                 const int vertex = candidate.vertex;
                 if (candidate.key == key && (found < 0 || vertex < found) &&
@@ -115,76 +122,120 @@ public:
 
     void insert(const Corner &corner, qint32 key, int vertex)
     {
-        const quint64 hash =
-            cellHash(key, CellRange(corner.position.x()).home, CellRange(corner.position.y()).home,
-                     CellRange(corner.position.z()).home);
-        const auto inserted = m_newest.try_emplace(hash, -1).first;
-        m_entries.push_back({key, vertex, inserted->second});
-        inserted.value() = int(m_entries.size()) - 1;
+        if (m_entries.size() == m_newest.size()) {
+            makeBuckets(2 * m_newest.size());
+            for (size_t i = 0; i < m_entries.size(); ++i)
+                chain(int(i));
+        }
+        m_entries.push_back({homeHash(corner, key), key, vertex, -1});
+        chain(int(m_entries.size()) - 1);
+    }
+
+    /// What a search will look at first.
+    const void *start(const Corner &corner, qint32 key) const
+    {
+        return &m_newest[bucket(homeHash(corner, key))];
     }
 
 private:
+    static constexpr int mostCandidates = 1024;
+
     struct Entry
     {
+        quint64 hash;
         qint32 key;
         int vertex;
         int older;
     };
 
-    struct Identity
+    void makeBuckets(size_t atLeast)
     {
-        size_t operator()(quint64 hash) const { return size_t(hash); }
-    };
+        size_t count = 16;
+        while (count < atLeast)
+            count *= 2;
+        m_newest.assign(count, -1);
+    }
+    size_t bucket(quint64 hash) const { return size_t(hash) & (m_newest.size() - 1); }
+    void chain(int entry)
+    {
+        int &newest = m_newest[bucket(m_entries[size_t(entry)].hash)];
+        m_entries[size_t(entry)].older = newest;
+        newest = entry;
+    }
 
     std::vector<Entry> m_entries;
-    tsl::robin_map<quint64, int, Identity> m_newest;
+    /// Per bucket, of which there is a power of two, the entry put in last; -1 for none.
+    std::vector<int> m_newest;
 };
 
 } // namespace
 
-int MergedMesh::TripleMemory::find(int vertexIndex, int normalIndex, int texcoordIndex, int firstVertex) const
+int MergedMesh::TripleMemory::number(const Triple &triple)
 {
-    if (vertexIndex < 0 || vertexIndex >= int(m_newest.size()))
-        return -1;
     // A position with very many normals is left to the search by value, which does not slow down with them.
     constexpr int longestWalk = 16;
-    int entry = m_newest[size_t(vertexIndex)];
-    for (int step = 0; entry >= 0 && step < longestWalk; ++step) {
+    const auto position = size_t(triple.position);
+    if (position >= m_newest.size())
+        m_newest.resize(position + 1, -1);
+    int &newest = m_newest[position];
+    int entry = newest;
+    for (int step = 0; entry >= m_firstOfGroup && step < longestWalk; ++step) {
         const Entry &candidate = m_entries[size_t(entry)];
-        if (candidate.vertex < firstVertex)
-            break;
-        if (candidate.normalIndex == normalIndex && candidate.texcoordIndex == texcoordIndex)
-            return candidate.vertex;
+        if (candidate.triple.normal == triple.normal && candidate.triple.texcoord == triple.texcoord)
+            return entry;
         entry = candidate.older;
     }
-    return -1;
-}
-
-void MergedMesh::TripleMemory::insert(int vertexIndex, int normalIndex, int texcoordIndex, int vertex)
-{
-    if (vertexIndex >= int(m_newest.size()))
-        m_newest.resize(size_t(vertexIndex) + 1, -1);
-    int &newest = m_newest[size_t(vertexIndex)];
-    m_entries.push_back({normalIndex, texcoordIndex, vertex, newest});
+    m_entries.push_back({triple, newest, -1});
     newest = int(m_entries.size()) - 1;
+    return newest;
 }
 
 void MergedMesh::addGroup(const Trimesh &group)
 {
-    const QVector<int> &vertexIndices = group.indices();
-    const QVector<int> &normalIndices = group.normalIndices();
-    const QVector<int> &texcoordIndices = group.texcoordIndices();
-    VertexTable table(qMin(vertexIndices.size(), m_geometry.vertices().size()));
-    const int firstVertex = m_positions.size();
+    const int firstCorner = m_indices.size();
+    m_indices.resize(firstCorner + group.indices().size());
+    int *const indices = m_indices.data() + firstCorner;
 
-    for (int i = 0; i < vertexIndices.size(); ++i) {
-        int vertex = m_triples.find(vertexIndices[i], normalIndices[i], texcoordIndices[i], firstVertex);
-        if (vertex < 0) {
-            const Corner corner = {m_geometry.vertices().at(vertexIndices[i]),
-                                   m_geometry.normals().at(normalIndices[i]),
-                                   m_geometry.texcoords().at(texcoordIndices[i])};
-            const qint32 key = sumKey(corner);
-            vertex = table.find(corner, key, m_positions, m_normals, m_texcoords);
+    m_triples.startGroup(m_geometry.vertices().size());
+    for (int i = 0; i < group.indices().size(); ++i) {
+        const Triple triple = {group.indices()[i], group.normalIndices()[i], group.texcoordIndices()[i]};
+        Q_ASSERT_X(triple.position >= 0 && triple.position < m_geometry.vertices().size(),
+                   "MergedMesh::addGroup", "index out of range");
+        indices[i] = m_triples.number(triple);
+    }
+    makeVertices();
+    for (int i = 0; i < group.indices().size(); ++i)
+        indices[i] = m_triples.vertex(indices[i]);
+}
+
+/// Gives every triple of the group its vertex. The table of vertices is too large for the processor's cache,
+/// so the searches of a few triples are under way at a time.
+void MergedMesh::makeVertices()
+{
+    struct Search
+    {
+        Corner corner;
+        qint32 key;
+    };
+    std::array<Search, 16> searches;
+
+    const int triples = m_triples.end() - m_triples.begin();
+    VertexTable table(triples);
+    if (m_positions.isEmpty())
+        reserve(triples);
+    for (int begin = m_triples.begin(); begin < m_triples.end(); begin += int(searches.size())) {
+        const int count = qMin(int(searches.size()), m_triples.end() - begin);
+        for (int i = 0; i < count; ++i) {
+            const Triple &triple = m_triples.triple(begin + i);
+            const Corner corner = {m_geometry.vertices().at(triple.position),
+                                   m_geometry.normals().at(triple.normal),
+                                   m_geometry.texcoords().at(triple.texcoord)};
+            searches[size_t(i)] = {corner, sumKey(corner)};
+            __builtin_prefetch(table.start(corner, searches[size_t(i)].key));
+        }
+        for (int i = 0; i < count; ++i) {
+            const auto &[corner, key] = searches[size_t(i)];
+            int vertex = table.find(corner, key, m_positions, m_normals, m_texcoords);
             if (vertex < 0) {
                 vertex = m_positions.size();
                 m_positions.append(corner.position);
@@ -192,10 +243,16 @@ void MergedMesh::addGroup(const Trimesh &group)
                 m_texcoords.append(corner.texcoord);
                 table.insert(corner, key, vertex);
             }
-            m_triples.insert(vertexIndices[i], normalIndices[i], texcoordIndices[i], vertex);
+            m_triples.setVertex(begin + i, vertex);
         }
-        m_indices.append(vertex);
     }
+}
+
+void MergedMesh::reserve(int vertices)
+{
+    m_positions.reserve(vertices);
+    m_normals.reserve(vertices);
+    m_texcoords.reserve(vertices);
 }
 
 } // namespace Quorvel

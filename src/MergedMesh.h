@@ -35,27 +35,50 @@ public:
     const QVector<int> &indices() const { return m_indices; }
 
 private:
-    /// Index triples that have been turned into a vertex already, chained per position index, newest first.
-    /// Most corners of a mesh repeat one.
+    /// Where a corner's three parts stand in the geometry.
+    struct Triple
+    {
+        int position;
+        int normal;
+        int texcoord;
+    };
+
+    /// The index triples met so far, numbered in order and chained per position, newest first. Most corners
+    /// of a mesh repeat one.
     class TripleMemory
     {
     public:
-        /// The vertex made for the triple, or -1 if there is none, or only one numbered below `firstVertex`.
-        int find(int vertexIndex, int normalIndex, int texcoordIndex, int firstVertex) const;
-        void insert(int vertexIndex, int normalIndex, int texcoordIndex, int vertex);
+        /// Triples met before are forgotten: groups share no vertices.
+        void startGroup(int positions)
+        {
+            m_firstOfGroup = end();
+            m_newest.reserve(size_t(positions));
+        }
+        /// The number that the triple has got in the group, or gets now. Its position is not negative.
+        int number(const Triple &triple);
+
+        /// Numbers of the group's triples.
+        int begin() const { return m_firstOfGroup; }
+        int end() const { return int(m_entries.size()); }
+        const Triple &triple(int number) const { return m_entries[size_t(number)].triple; }
+        int vertex(int number) const { return m_entries[size_t(number)].vertex; }
+        void setVertex(int number, int vertex) { m_entries[size_t(number)].vertex = vertex; }
 
     private:
         struct Entry
         {
-            int normalIndex;
-            int texcoordIndex;
-            int vertex;
+            Triple triple;
             int older;
+            int vertex;
         };
 
         std::vector<int> m_newest;
         std::vector<Entry> m_entries;
+        int m_firstOfGroup = 0;
     };
+
+    void makeVertices();
+    void reserve(int vertices);
 
     const Geometry &m_geometry;
     TripleMemory m_triples;

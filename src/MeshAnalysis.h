@@ -3,6 +3,8 @@
 #include <QVector3D>
 #include <QVector>
 
+#include <vector>
+
 namespace Quorvel
 {
 
@@ -61,11 +63,18 @@ public:
     bool isTwoManifold() const { return m_twoManifold; }
 
 private:
-    struct HalfEdge
+    /// One number, so that half-edges are sorted by upper vertex, and by their own number in that.
+    class HalfEdge
     {
-        int upperVertex;
-        int number;
-        bool operator<(const HalfEdge &other) const;
+    public:
+        HalfEdge() = default;
+        HalfEdge(int upperVertex, int number) : m_key(quint64(upperVertex) << 32 | quint32(number)) {}
+        int upperVertex() const { return int(m_key >> 32); }
+        int number() const { return int(quint32(m_key)); }
+        bool operator<(const HalfEdge &other) const { return m_key < other.m_key; }
+
+    private:
+        quint64 m_key = 0;
     };
 
     /// Something to report, at the half-edge where it was found.
@@ -80,8 +89,12 @@ private:
 
     int corner(int halfEdge, int offset) const;
     void findDegenerateTriangles(const QVector<QVector3D> &vertices);
+    template <typename Visit>
+    void forEachHalfEdge(Visit visit) const;
     void gatherHalfEdges();
     void followEdges();
+    void refuseEdges(const HalfEdge *first, const HalfEdge *last);
+    bool pairTriangles(const HalfEdge *first, const HalfEdge *last);
     void followEdge(const HalfEdge *first, const HalfEdge *last);
     bool registerTriangles(MeshEdge *edge, const HalfEdge *first, const HalfEdge *last);
     void report();
@@ -93,10 +106,11 @@ private:
     bool m_twoManifold = true;
 
     QVector<bool> m_degenerate;
-    /// The lowest vertex that occurs; the table of first half-edges starts there.
+    /// The lowest vertex that occurs; the table of ends starts there.
     int m_firstVertex = 0;
-    QVector<int> m_firstOfLowerVertex;
-    QVector<HalfEdge> m_halfEdges;
+    /// Per lower vertex, where its half-edges end and those of the next one begin.
+    QVector<int> m_endOfLowerVertex;
+    std::vector<HalfEdge> m_halfEdges;
     QVector<Finding> m_findings;
 };
 

@@ -8,6 +8,8 @@
 #include <QVector4D>
 #include <QVector>
 
+#include <string_view>
+
 namespace Quorvel
 {
 
@@ -31,12 +33,17 @@ QColor readColor(const QStringRef &text);
 /// Sixteen numbers, row by row. Fewer leave the rest as in the identity, more are ignored.
 QMatrix4x4 readMatrix(const QStringRef &text);
 
+// Lists are read from a text of the toolkit's or from ASCII bytes, with the same results.
+
 QVector<QVector3D> readVectors3(const QStringRef &text);
+QVector<QVector3D> readVectors3(std::string_view ascii);
 /// The first two of every `numbersPerEntry` numbers.
 QVector<QVector2D> readVectors2(const QStringRef &text, int numbersPerEntry);
+QVector<QVector2D> readVectors2(std::string_view ascii, int numbersPerEntry);
 /// The first `keep` of every `stride` integers, up to the last whole group. `stride` is at least 1. Unlike
 /// readInteger(), takes the prefixes 0x, 0b and 0 for bases 16, 2 and 8, and wraps around past 32 bits.
 QVector<int> readIndices(const QStringRef &text, int stride, int keep);
+QVector<int> readIndices(std::string_view ascii, int stride, int keep);
 
 } // namespace NumberReader
 

@@ -16,22 +16,12 @@ namespace
 
 constexpr int ChunkElements = 8192;
 
-void encode(int value, char *out)
-{
-    qToBigEndian(qint32(value), out);
-}
-
 void encode(float value, char *out)
 {
     const double wide = value;
     quint64 bits;
     std::memcpy(&bits, &wide, sizeof bits);
     qToBigEndian(bits, out);
-}
-
-int decodeInteger(const char *in)
-{
-    return qFromBigEndian<qint32>(in);
 }
 
 float decodeFloat(const char *in)
@@ -61,11 +51,6 @@ constexpr int elementSize<QVector3D>()
     return 24;
 }
 
-void encodeElement(int value, char *out)
-{
-    encode(value, out);
-}
-
 void encodeElement(const QVector2D &vector, char *out)
 {
     encode(vector.x(), out);
@@ -79,11 +64,6 @@ void encodeElement(const QVector3D &vector, char *out)
     encode(vector.z(), out + 16);
 }
 
-void decodeElement(const char *in, int *value)
-{
-    *value = decodeInteger(in);
-}
-
 void decodeElement(const char *in, QVector2D *vector)
 {
     *vector = QVector2D(decodeFloat(in), decodeFloat(in + 8));
@@ -94,6 +74,30 @@ void decodeElement(const char *in, QVector3D *vector)
     *vector = QVector3D(decodeFloat(in), decodeFloat(in + 8), decodeFloat(in + 16));
 }
 
+void encodeElements(const int *elements, int count, char *out)
+{
+    qToBigEndian<qint32>(elements, count, out);
+}
+
+void decodeElements(const char *in, int count, int *elements)
+{
+    qFromBigEndian<qint32>(in, count, elements);
+}
+
+template <typename Vector>
+void encodeElements(const Vector *elements, int count, char *out)
+{
+    for (int i = 0; i < count; ++i)
+        encodeElement(elements[i], out + qptrdiff(i) * elementSize<Vector>());
+}
+
+template <typename Vector>
+void decodeElements(const char *in, int count, Vector *elements)
+{
+    for (int i = 0; i < count; ++i)
+        decodeElement(in + qptrdiff(i) * elementSize<Vector>(), elements + i);
+}
+
 template <typename T>
 void writeElements(QDataStream &stream, const QVector<T> &list)
 {
@@ -102,8 +106,7 @@ void writeElements(QDataStream &stream, const QVector<T> &list)
     QByteArray chunk(std::min(list.size(), ChunkElements) * size, Qt::Uninitialized);
     for (int begin = 0; begin < list.size(); begin += ChunkElements) {
         const int count = std::min(ChunkElements, list.size() - begin);
-        for (int i = 0; i < count; ++i)
-            encodeElement(list.at(begin + i), chunk.data() + qptrdiff(i) * size);
+        encodeElements(list.constData() + begin, count, chunk.data());
         stream.writeRawData(chunk.constData(), count * size);
     }
 }
@@ -118,6 +121,7 @@ void readElements(QDataStream &stream, QVector<T> *list)
     const qint64 held = stream.device() ? stream.device()->bytesAvailable() / size : 0;
     const int total = int(std::min<qint64>(announced, held));
     list->resize(total);
+    T *const elements = list->data();
     QByteArray chunk(std::min(total, ChunkElements) * size, Qt::Uninitialized);
     for (int begin = 0; begin < total; begin += ChunkElements) {
         const int count = std::min(ChunkElements, total - begin);
@@ -126,8 +130,7 @@ void readElements(QDataStream &stream, QVector<T> *list)
             stream.setStatus(QDataStream::ReadPastEnd);
             return;
         }
-        for (int i = 0; i < count; ++i)
-            decodeElement(chunk.constData() + qptrdiff(i) * size, &(*list)[begin + i]);
+        decodeElements(chunk.constData(), count, elements + begin);
     }
     if (qint64(announced) > held)
         stream.setStatus(QDataStream::ReadPastEnd);

@@ -34,6 +34,9 @@ public:
     void appendNormalIndex(int index) { m_normalIndices.append(index); }
     void appendTexcoordIndex(int index) { m_texcoordIndices.append(index); }
 
+    void appendIndices(const QVector<int> &indices, const QVector<int> &normalIndices,
+                       const QVector<int> &texcoordIndices);
+
     /// Entry 3f+k: the vertex across edge k of triangle f in the neighbouring triangle, or -1 where no clean
     /// neighbour exists. Edge 0 joins corners 0 and 1, edge 1 corners 1 and 2, edge 2 corners 2 and 0.
     const QVector<int> &adjacency() const { return m_adjacency; }

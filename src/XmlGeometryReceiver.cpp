@@ -2,6 +2,7 @@
 
 #include "FatalExplanation.h"
 #include "Geometry.h"
+#include "NumberLists.h"
 #include "NumberReader.h"
 #include "Trimesh.h"
 
@@ -20,22 +21,41 @@ constexpr int numbersPerTexcoord = 3;
 class FileIndices
 {
 public:
-    explicit FileIndices(const QVector<int> &values) : m_values(values) {}
+    explicit FileIndices(const QVector<int> &values) : m_values(values), m_data(m_values.constData()) {}
     int size() const { return m_values.size(); }
-    qint64 operator[](int i) const { return quint32(m_values.at(i)); }
+    qint64 operator[](int i) const { return quint32(m_data[i]); }
 
 private:
-    QVector<int> m_values;
+    const QVector<int> m_values;
+    const int *m_data;
 };
 
 } // namespace
 
-XmlGeometryReceiver::XmlGeometryReceiver(QXmlQuery *query, QList<Geometry *> *geometries)
-    : XmlReceiver(query), m_geometries(geometries)
+XmlGeometryReceiver::XmlGeometryReceiver(QXmlQuery *query, QList<Geometry *> *geometries,
+                                         const NumberLists *lists)
+    : XmlReceiver(query), m_geometries(geometries), m_lists(lists)
 {
 }
 
 XmlGeometryReceiver::~XmlGeometryReceiver() = default;
+
+template <typename Read>
+auto XmlGeometryReceiver::readList(const QStringRef &text, Read read) const
+{
+    if (!m_lists || !m_lists->isMarked(text))
+        return read(text);
+    if (const std::optional<std::string_view> list = m_lists->list(text))
+        return read(*list);
+    const QString whole = m_lists->expanded(text);
+    return read(QStringRef(&whole));
+}
+
+QVector<int> XmlGeometryReceiver::readIndices(const QStringRef &text, int keep) const
+{
+    return readList(text,
+                    [&](const auto &whole) { return NumberReader::readIndices(whole, m_stride, keep); });
+}
 
 void XmlGeometryReceiver::startElement(const QXmlName &name)
 {
@@ -73,12 +93,14 @@ void XmlGeometryReceiver::characters(const QStringRef &value)
 {
     if (isBlank(value) || !m_currentGeometry)
         return;
+    const auto readVectors3 = [](const auto &text) { return NumberReader::readVectors3(text); };
     if (element() == QLatin1String("vertices"))
-        m_positions = NumberReader::readVectors3(value);
+        m_positions = readList(value, readVectors3);
     else if (element() == QLatin1String("normals"))
-        m_normals = NumberReader::readVectors3(value);
+        m_normals = readList(value, readVectors3);
     else if (element() == QLatin1String("texcoords"))
-        m_texcoords = NumberReader::readVectors2(value, numbersPerTexcoord);
+        m_texcoords = readList(
+            value, [](const auto &text) { return NumberReader::readVectors2(text, numbersPerTexcoord); });
     else if (element() == QLatin1String("triangles"))
         fillGroup(value);
 }
@@ -144,24 +166,30 @@ void XmlGeometryReceiver::fillGroupFromTriples(const QStringRef &text)
 {
     // Quirk(later-copy-index): an index into a later copy of the lists passes once that copy is there;
     // kept, the check is against the list as it stands, and stored scenes hold such indices.
-    const FileIndices indices(NumberReader::readIndices(text, m_stride, 3));
-    m_currentTrimesh->reserveIndices(indices.size() / 3);
+    const FileIndices indices(readIndices(text, 3));
+    QVector<int> positions(indices.size() / 3);
+    QVector<int> normals(indices.size() / 3);
+    QVector<int> texcoords(indices.size() / 3);
+    int *position = positions.data();
+    int *normal = normals.data();
+    int *texcoord = texcoords.data();
     for (int i = 0; i < indices.size(); i += 3) {
         explainIndex("position", indices[i + 0], m_currentGeometry->vertices().size());
         Q_ASSERT(indices[i + 0] < m_currentGeometry->vertices().size());
-        m_currentTrimesh->appendIndex(int(indices[i + 0]));
+        *position++ = int(indices[i + 0]);
         explainIndex("normal", indices[i + 1], m_currentGeometry->normals().size());
         Q_ASSERT(indices[i + 1] < m_currentGeometry->normals().size());
-        m_currentTrimesh->appendNormalIndex(int(indices[i + 1]));
+        *normal++ = int(indices[i + 1]);
         explainIndex("texture coordinate", indices[i + 2], m_currentGeometry->texcoords().size());
         Q_ASSERT(indices[i + 2] < m_currentGeometry->texcoords().size());
-        m_currentTrimesh->appendTexcoordIndex(int(indices[i + 2]));
+        *texcoord++ = int(indices[i + 2]);
     }
+    m_currentTrimesh->appendIndices(positions, normals, texcoords);
 }
 
 void XmlGeometryReceiver::fillGroupFromPairs(const QStringRef &text)
 {
-    const FileIndices indices(NumberReader::readIndices(text, m_stride, 2));
+    const FileIndices indices(readIndices(text, 2));
     m_currentTrimesh->reserveIndices(indices.size() / 2);
     for (int i = 0; i < indices.size(); i += 2) {
         explainIndex("position", indices[i], m_currentGeometry->vertices().size());
@@ -179,7 +207,7 @@ void XmlGeometryReceiver::fillGroupFromSingles(const QStringRef &text)
     // Quirk(normal-zero): the new normal goes to the end of the list, but the corners use normal 0;
     // kept because stored scenes hold what came of it, the last geometry's normals showing through included.
     m_currentGeometry->appendNormals({QVector3D(0, 0, 1)});
-    const FileIndices indices(NumberReader::readIndices(text, m_stride, 1));
+    const FileIndices indices(readIndices(text, 1));
     m_currentTrimesh->reserveIndices(indices.size());
     for (int i = 0; i < indices.size(); ++i) {
         explainIndex("position", indices[i], m_currentGeometry->vertices().size());
@@ -192,10 +220,8 @@ void XmlGeometryReceiver::fillGroupFromSingles(const QStringRef &text)
     qDebug("Warning: No normals defined");
 }
 
-void XmlGeometryReceiver::explainIndex(const char *what, qint64 index, int count) const
+void XmlGeometryReceiver::explainBadIndex(const char *what, qint64 index, int count) const
 {
-    if (index < count)
-        return;
     explainFatal(
         QStringLiteral("geometry \"%1\" refers to %2 number %3, but it has %4 of them, counted from 0: "
                        "export the file again as triangles in which every input has its own offset")

@@ -13,6 +13,7 @@ namespace Quorvel
 {
 
 class Geometry;
+class NumberLists;
 class Trimesh;
 
 /// Builds a Geometry from each `geometry` element: vertex lists, one group per `triangles` element, and the
@@ -23,7 +24,9 @@ class Trimesh;
 class XmlGeometryReceiver : public XmlReceiver
 {
 public:
-    XmlGeometryReceiver(QXmlQuery *query, QList<Geometry *> *geometries);
+    /// `lists` holds what the marks in a shortened document stand for; null when it is whole.
+    explicit XmlGeometryReceiver(QXmlQuery *query, QList<Geometry *> *geometries,
+                                 const NumberLists *lists = nullptr);
     ~XmlGeometryReceiver() override;
 
     void startElement(const QXmlName &name) override;
@@ -40,9 +43,19 @@ private:
     void fillGroupFromTriples(const QStringRef &text);
     void fillGroupFromPairs(const QStringRef &text);
     void fillGroupFromSingles(const QStringRef &text);
-    void explainIndex(const char *what, qint64 index, int count) const;
+    /// Calls `read` with the text as it stands in the file.
+    template <typename Read>
+    auto readList(const QStringRef &text, Read read) const;
+    QVector<int> readIndices(const QStringRef &text, int keep) const;
+    void explainIndex(const char *what, qint64 index, int count) const
+    {
+        if (index >= count)
+            explainBadIndex(what, index, count);
+    }
+    void explainBadIndex(const char *what, qint64 index, int count) const;
 
     QList<Geometry *> *m_geometries;
+    const NumberLists *m_lists;
     /// Null outside geometries, and inside one that has no id: everything in it is ignored.
     std::unique_ptr<Geometry> m_currentGeometry;
     std::unique_ptr<Trimesh> m_currentTrimesh;

@@ -12,13 +12,14 @@ namespace Quorvel
 
 XmlSceneReceiver::XmlSceneReceiver(QXmlQuery *query, Scene *scene, QList<Geometry *> *geometries,
                                    QList<Light *> *lights, QList<Camera *> *cameras,
-                                   QHash<QString, Material *> *materials, QList<Node *> *nodes)
+                                   QHash<QString, Material *> *materials, QList<Node *> *nodes,
+                                   const NumberLists *lists)
     : XmlReceiver(query)
     , m_scene(scene)
     , m_geometries(geometries)
     , m_lights(lights)
     , m_cameras(cameras)
-    , m_geometryReceiver(query, geometries)
+    , m_geometryReceiver(query, geometries, lists)
     , m_cameraReceiver(query, cameras)
     , m_materialReceiver(query, materials)
     , m_lightReceiver(query, lights)

@@ -13,6 +13,7 @@
 namespace Quorvel
 {
 
+class NumberLists;
 class Scene;
 
 /// Receives a whole intermediate document: hands each section to its own receiver, records the up axis, and
@@ -21,8 +22,10 @@ class XmlSceneReceiver : public XmlReceiver
 {
 public:
     /// The tables are the scene's own; objects join them at the end of their element, nodes with their id.
+    /// `lists` holds what the marks in a shortened document stand for; null when it is whole.
     XmlSceneReceiver(QXmlQuery *query, Scene *scene, QList<Geometry *> *geometries, QList<Light *> *lights,
-                     QList<Camera *> *cameras, QHash<QString, Material *> *materials, QList<Node *> *nodes);
+                     QList<Camera *> *cameras, QHash<QString, Material *> *materials, QList<Node *> *nodes,
+                     const NumberLists *lists = nullptr);
 
     void startElement(const QXmlName &name) override;
     void endElement() override;

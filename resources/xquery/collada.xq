@@ -239,23 +239,20 @@ declare function local:numbers($geometry as element(), $list as xs:string,
     string-join(for $array in local:floatArrays($geometry, $list, $contents) return string($array), " ")
 };
 
-(: A triangles or polygons element: how many inputs it has, its material, all its index lists as one.
+(: A triangles or polygons element: how many inputs it has, its material, all its index lists as one text.
 
    Quirk(stride-counts-inputs): inputs that share an offset count one by one, so their lists are misread;
    kept, the format asks for an offset of its own for every input.
    Quirk(polygons-as-triangles): the lists of all polygons run together, whatever their numbers of corners;
    kept, the format asks for polygons that are triangles. :)
-declare function local:primitive($primitive as element())
+declare function local:primitive($primitive as element(), $indices as xs:string)
 {
-    <triangles stride="{ count($primitive/*:input) }">{
-        $primitive/@material,
-        local:textBelow($primitive, "p")
-    }</triangles>
+    <triangles stride="{ count($primitive/*:input) }">{ $primitive/@material, $indices }</triangles>
 };
 
 (: The id, the three number lists, the primitives: triangles before polygons. What the geometry refers to is
    found out once, so that the inputs are not searched for again at each source. :)
-declare function local:geometry($geometry as element())
+declare function local:deepGeometry($geometry as element())
 {
     for $contents in local:contents($geometry)[. ne ""]
     return
@@ -264,11 +261,76 @@ declare function local:geometry($geometry as element())
             <vertices>{ local:numbers($geometry, "vertices", $contents) }</vertices>,
             <normals>{ local:numbers($geometry, "normals", $contents) }</normals>,
             <texcoords>{ local:numbers($geometry, "texcoords", $contents) }</texcoords>,
-            for $primitive in local:below($geometry, "triangles") return local:primitive($primitive),
+            for $primitive in local:below($geometry, "triangles")
+            return local:primitive($primitive, local:textBelow($primitive, "p")),
             if (contains($contents, "&#10;polygons&#10;"))
-            then for $primitive in local:below($geometry, "polygons") return local:primitive($primitive)
+            then for $primitive in local:below($geometry, "polygons")
+                 return local:primitive($primitive, local:textBelow($primitive, "p"))
             else ()
         }</geometry>
+};
+
+(: Whether everything that counts stands where programs put it: sources and primitives below a child of the
+   geometry, arrays, inputs and index lists right below those. The descendant axis serves for counting here: one
+   element too many only makes the numbers differ, and none is deep enough to be passed over. :)
+declare function local:isFlat($geometry as element()) as xs:boolean
+{
+    not($geometry/*/*/*/*/*/*) and
+    not($geometry/*/(*:triangles | *:polygons)/*/*) and
+    count($geometry/descendant::*:source) eq count($geometry/*/*:source) and
+    count($geometry/descendant::*:float_array) eq count($geometry/*/*:source/*:float_array) and
+    count($geometry/descendant::*:input) eq count($geometry/*/*/*:input) and
+    count($geometry/descendant::*:triangles) eq count($geometry/*/*:triangles) and
+    count($geometry/descendant::*:polygons) eq count($geometry/*/*:polygons)
+};
+
+(: For a flat geometry, what local:contents gives but for the order and the polygons. :)
+declare function local:flatContents($geometry as element()) as xs:string*
+{
+    string-join((
+        "",
+        for $input in $geometry/*/*:vertices/*:input[@semantic eq "POSITION"]
+        return concat("vertices", $input/@source),
+        for $input in $geometry/*/*/*:input[@semantic eq "NORMAL"]
+        return concat("normals", $input/@source),
+        for $input in $geometry/*/*/*:input[@semantic eq "TEXCOORD"]
+        return concat("texcoords", $input/@source),
+        ""), "&#10;")
+};
+
+declare function local:flatNumbers($geometry as element(), $list as xs:string,
+    $contents as xs:string) as xs:string
+{
+    string-join(
+        for $array in
+            $geometry/*/*:source[@id and contains($contents, concat("&#10;", $list, "#", @id, "&#10;"))]
+            /*:float_array
+        return string($array), " ")
+};
+
+declare function local:flatPrimitive($primitive as element())
+{
+    local:primitive($primitive, string-join(for $p in $primitive/*:p return string($p), " "))
+};
+
+(: What local:deepGeometry gives for a flat geometry, by paths alone: a recursion costs ten times as much. :)
+declare function local:flatGeometry($geometry as element())
+{
+    for $contents in local:flatContents($geometry)[. ne ""]
+    return
+        <geometry>{
+            $geometry/@id,
+            <vertices>{ local:flatNumbers($geometry, "vertices", $contents) }</vertices>,
+            <normals>{ local:flatNumbers($geometry, "normals", $contents) }</normals>,
+            <texcoords>{ local:flatNumbers($geometry, "texcoords", $contents) }</texcoords>,
+            for $primitive in $geometry/*/*:triangles return local:flatPrimitive($primitive),
+            for $primitive in $geometry/*/*:polygons return local:flatPrimitive($primitive)
+        }</geometry>
+};
+
+declare function local:geometry($geometry as element())
+{
+    if (local:isFlat($geometry)) then local:flatGeometry($geometry) else local:deepGeometry($geometry)
 };
 
 

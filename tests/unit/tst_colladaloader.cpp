@@ -421,6 +421,12 @@ void TestColladaLoader::badFiles_data()
     row("text", "Once upon a time\n", "the file is damaged or not XML (line 1, column ");
     row("malformed", QByteArray(simple).replace("</node>\n<node", "</nod>\n<node"),
         "the file is damaged or not XML (line 7, column ");
+    // The long list is taken out before parsing, with its line ends; the place has to be that in the file.
+    row("malformed behind a long list",
+        QByteArray(simple)
+            .replace("0 0 1 0 2 0", QByteArray("0 0 1 0 2 0\n").repeated(50))
+            .replace("</node>\n<node", "</nod>\n<node"),
+        "the file is damaged or not XML (line 57, column ");
     row("cut off", simple.left(simple.size() / 2), "the file is damaged or not XML (line ");
     row("HTML", "<html><body/></html>",
         "the file is a document of kind \"html\" and not a COLLADA scene: export the scene as COLLADA");

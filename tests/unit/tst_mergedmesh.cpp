@@ -9,6 +9,8 @@
 #include <QRandomGenerator>
 #include <QtTest>
 
+#include <numeric>
+
 #include <limits>
 
 using namespace Quorvel;
@@ -91,6 +93,7 @@ private slots:
     void agreesWithPlainMerge_data();
     void agreesWithPlainMerge();
     void gridsOfEqualSumsTakeLinearTime();
+    void cornersMadeToCollideTakeLinearTime();
     void indexOutOfRangeIsFatal_data();
     void indexOutOfRangeIsFatal();
     void unequalListsAreFatal_data();
@@ -279,6 +282,25 @@ void TestMergedMesh::gridsOfEqualSumsTakeLinearTime()
     milliseconds(8000);
     const qint64 time = milliseconds(80000);
     QVERIFY2(time < 5000, qPrintable(QString::number(time)));
+}
+
+/// Corners that are not numbers equal nothing, and share one key and cell: a search through all of them would
+/// take minutes.
+void TestMergedMesh::cornersMadeToCollideTakeLinearTime()
+{
+    constexpr int corners = 300'000;
+    Geometry geometry;
+    geometry.setVertices(QVector<QVector3D>(corners, {std::numeric_limits<float>::quiet_NaN(), 0.0f, 0.0f}));
+    geometry.setNormals({{0, 0, 1}});
+    geometry.setTexcoords({{0, 0}});
+    QVector<int> indices(corners);
+    std::iota(indices.begin(), indices.end(), 0);
+    addGroup(&geometry, indices, QVector<int>(corners, 0), QVector<int>(corners, 0));
+    QElapsedTimer timer;
+    timer.start();
+    const MergedMesh mesh = merged(geometry);
+    QCOMPARE(mesh.positions().size(), corners);
+    QVERIFY2(timer.elapsed() < 20'000, qPrintable(QString::number(timer.elapsed())));
 }
 
 void TestMergedMesh::indexOutOfRangeIsFatal_data()

@@ -1,0 +1,118 @@
+#include "SourceText.h"
+
+#include <QCryptographicHash>
+#include <QFile>
+
+#include <algorithm>
+#include <future>
+#include <limits>
+
+namespace Quorvel
+{
+
+namespace
+{
+
+bool isAscii(char byte)
+{
+    return static_cast<uchar>(byte) < 0x80;
+}
+
+/// ASCII without a NUL is the same in Latin-1 and in UTF-8. Written without an early exit, for the compiler
+/// to take many bytes at a time.
+bool isPlain(const char *bytes, int count)
+{
+    bool plain = true;
+    for (int i = 0; i < count; ++i)
+        plain &= static_cast<signed char>(bytes[i]) > 0;
+    return plain;
+}
+
+/// Takes the bytes for Latin-1 and writes them as UTF-8, up to the first NUL.
+QByteArray latin1ToUtf8(QByteArray bytes)
+{
+    const int nul = bytes.indexOf('\0');
+    if (nul >= 0)
+        bytes.truncate(nul);
+    const auto wide = bytes.size() - int(std::count_if(bytes.cbegin(), bytes.cend(), isAscii));
+    if (wide == 0)
+        return bytes;
+    QByteArray text;
+    text.reserve(bytes.size() + wide);
+    for (const char byte : qAsConst(bytes)) {
+        if (isAscii(byte)) {
+            text.append(byte);
+        } else {
+            text.append(char(0xc0 | (uchar(byte) >> 6)));
+            text.append(char(0x80 | (uchar(byte) & 0x3f)));
+        }
+    }
+    return text;
+}
+
+/// The MD5 of bytes that lie still until the next call of a member.
+class Checksum
+{
+public:
+    void add(const char *bytes, int count)
+    {
+        wait();
+        m_pending = std::async(std::launch::async, [this, bytes, count] { m_hash.addData(bytes, count); });
+    }
+    void wait()
+    {
+        if (m_pending.valid())
+            m_pending.get();
+    }
+    QByteArray result()
+    {
+        wait();
+        return m_hash.result();
+    }
+
+private:
+    QCryptographicHash m_hash{QCryptographicHash::Md5};
+    std::future<void> m_pending;
+};
+
+} // namespace
+
+SourceText readSourceText(const QString &path)
+{
+    SourceText source;
+    QFile file(path);
+    QByteArray bytes;
+    Checksum checksum;
+    bool plain = true;
+    constexpr int partSize = 1 << 22;
+    constexpr qint64 largest = std::numeric_limits<int>::max() - 2 * partSize;
+    if (file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.size() <= largest) {
+        bytes.reserve(int(file.size()) + partSize);
+        for (int count = 1; count > 0;) {
+            const int begin = bytes.size();
+            if (begin + partSize > bytes.capacity())
+                checksum.wait();
+            bytes.resize(begin + partSize);
+            count = std::max(0, int(file.read(bytes.data() + begin, partSize)));
+            bytes.resize(begin + count);
+            plain = plain && isPlain(bytes.constData() + begin, count);
+            if (plain && count > 0)
+                checksum.add(bytes.constData() + begin, count);
+        }
+    }
+    QByteArray digest = checksum.result();
+    if (file.error() != QFileDevice::NoError)
+        source.error = file.errorString();
+    // Quirk(double-encoding): the bytes of a UTF-8 file are taken for Latin-1 and encoded once more;
+    // kept because the keys and the ids of all stored scenes are made from that text.
+    if (plain) {
+        source.text = bytes;
+    } else {
+        source.text = latin1ToUtf8(std::move(bytes));
+        digest = QCryptographicHash::hash(source.text, QCryptographicHash::Md5);
+    }
+    source.key = QString::fromLatin1(digest.toHex());
+    return source;
+}
+
+} // namespace Quorvel
