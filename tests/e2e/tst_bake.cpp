@@ -25,6 +25,8 @@ private slots:
     void jsonSumsUp();
     void quietIsQuiet();
     void overlapIsWarnedAbout();
+    void triangleWithoutAreaIsWarnedAbout_data();
+    void triangleWithoutAreaIsWarnedAbout();
     void freshAtlasGoesIntoACopy();
     void usageErrorsExitWithTwo();
     void unreadableScenesExitWithThree();
@@ -270,6 +272,32 @@ void TestBake::overlapIsWarnedAbout()
     QVERIFY2(result.err.contains("two.dae: warning: triangles overlap in ") &&
                  result.err.contains("--atlas new"),
              qPrintable(result.err));
+}
+
+void TestBake::triangleWithoutAreaIsWarnedAbout_data()
+{
+    QTest::addColumn<QString>("atlas");
+    QTest::addColumn<QString>("meaning");
+    QTest::newRow("the scene's coordinates") << "keep"
+                                             << "; --atlas new makes room for each\n";
+    QTest::newRow("fresh coordinates")
+        << "new"
+        << ": they have none in the scene either, or too little for this --size\n";
+}
+
+void TestBake::triangleWithoutAreaIsWarnedAbout()
+{
+    QFETCH(QString, atlas);
+    QFETCH(QString, meaning);
+    // One more triangle whose corners are one.
+    QByteArray text = sceneText();
+    write("point.dae", text.replace("</p>", " 0 0 0 0 0 0 0 0 0</p>"));
+    const Result result =
+        bake({"-q", "--size", "32", "--samples", "1", "--padding", "2", "--atlas", atlas, "point.dae"});
+    QCOMPARE(result.status, 0);
+    QCOMPARE(result.err, "quorvel-bake: point.dae: warning: 1 of 3 triangles have no area in the light map "
+                         "and show the light of a line or a point" +
+                             meaning);
 }
 
 void TestBake::freshAtlasGoesIntoACopy()

@@ -28,7 +28,7 @@ constexpr int stepsPerTexel = 100;
 int decimalsFor(int size)
 {
     int decimals = 0;
-    for (double steps = 1.0; steps < double(size) * stepsPerTexel; steps *= 10.0)
+    for (qint64 steps = 1; steps < qint64(size) * stepsPerTexel; steps *= 10)
         ++decimals;
     return decimals;
 }

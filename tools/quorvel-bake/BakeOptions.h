@@ -8,16 +8,6 @@
 namespace Quorvel
 {
 
-/// Exit statuses: those of all companion programs, as far as a bake can have them.
-enum class BakeStatus {
-    Done = 0,
-    Failed = 1,
-    Usage = 2,
-    InvalidInput = 3,
-    CannotWrite = 4,
-    Interrupted = 130
-};
-
 /// What one call of quorvel-bake asks for.
 struct BakeOptions
 {

@@ -127,8 +127,8 @@ void ChartFlattener::number(const std::vector<int> &triangles)
             const auto edge = size_t(std::find(neighbours.begin(), neighbours.end(), m_triangles[size_t(i)]) -
                                      neighbours.begin());
             // Across an edge the neighbour's corners run the other way.
-            corners.join(size_t(3 * i + k), 3 * size_t(other) + (edge + 1) % 3);
-            corners.join(size_t(3 * i + (k + 1) % 3), 3 * size_t(other) + edge);
+            corners.join(3 * size_t(i) + size_t(k), 3 * size_t(other) + (edge + 1) % 3);
+            corners.join(3 * size_t(i) + size_t((k + 1) % 3), 3 * size_t(other) + edge);
         }
     }
     std::vector<int> numbers(3 * triangles.size(), -1);

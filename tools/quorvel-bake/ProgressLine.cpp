@@ -1,5 +1,6 @@
 #include "ProgressLine.h"
 
+#include <cmath>
 #include <cstdio>
 
 namespace Quorvel
@@ -18,7 +19,7 @@ void ProgressLine::show(double part)
     constexpr qint64 interval = 250;
     m_next = elapsed + interval;
     m_visible = true;
-    const int left = int(double(elapsed) / 1000.0 * (1.0 / part - 1.0) + 0.5);
+    const int left = int(std::lround(double(elapsed) / 1000.0 * (1.0 / part - 1.0)));
     fprintf(stderr, "\rbaking: %3d %%, %d:%02d left \033[K", int(100.0 * part), left / 60, left % 60);
     fflush(stderr);
 }

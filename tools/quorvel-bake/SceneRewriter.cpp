@@ -173,7 +173,7 @@ QByteArray SceneRewriter::doubled(const QByteArray &text, QByteArray *id)
 QByteArray SceneRewriter::freshSuffix(const QSet<QByteArray> &ids)
 {
     for (int number = 2;; ++number) {
-        const QByteArray suffix = '-' + QByteArray::number(number);
+        QByteArray suffix = '-' + QByteArray::number(number);
         bool isFree = true;
         for (const QByteArray &id : ids)
             isFree = isFree && !m_usedIds.contains(id + suffix);

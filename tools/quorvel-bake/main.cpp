@@ -1,6 +1,7 @@
 #include "AtlasScene.h"
 #include "BakeOptions.h"
 #include "ColladaLoader.h"
+#include "ExitStatus.h"
 #include "FatalExplanation.h"
 #include "LightMapBake.h"
 #include "ProgressLine.h"
@@ -34,7 +35,7 @@ void interrupt(int)
     interrupted = true;
 }
 
-int fail(BakeStatus status, const QString &message)
+int fail(ExitStatus status, const QString &message)
 {
     fprintf(stderr, "quorvel-bake: %s\n", qPrintable(message));
     return int(status);
@@ -52,20 +53,26 @@ QString percent(int part, int whole)
 
 void warnAbout(const BakeOptions &options, const BakeStatistics &statistics)
 {
+    const bool fresh = options.atlas == BakeOptions::Atlas::New;
+    const QString advice = fresh ? QString() : QStringLiteral("; --atlas new makes room for each");
     if (statistics.overlappingTexels > 0)
         warn(options.scene, QStringLiteral("triangles overlap in %1 of the light map's area and show each "
-                                           "other's light there; --atlas new makes room for each")
-                                .arg(percent(statistics.overlappingTexels, statistics.texels)));
+                                           "other's light there%2")
+                                .arg(percent(statistics.overlappingTexels, statistics.texels), advice));
     if (statistics.outsideTriangles > 0)
         warn(options.scene, QStringLiteral("%1 of %2 triangles have texture coordinates outside 0 to 1 and "
-                                           "show the light map's border; --atlas new makes room for each")
+                                           "show the light map's border%3")
                                 .arg(statistics.outsideTriangles)
-                                .arg(statistics.triangles));
+                                .arg(statistics.triangles)
+                                .arg(advice));
     if (statistics.thinTriangles > 0)
         warn(options.scene, QStringLiteral("%1 of %2 triangles have no area in the light map and show the "
-                                           "light of a line or a point; --atlas new makes room for each")
+                                           "light of a line or a point%3")
                                 .arg(statistics.thinTriangles)
-                                .arg(statistics.triangles));
+                                .arg(statistics.triangles)
+                                .arg(fresh ? QStringLiteral(": they have none in the scene either, or too "
+                                                            "little for this --size")
+                                           : advice));
 }
 
 void report(const BakeOptions &options, const BakeStatistics &statistics)
@@ -145,9 +152,9 @@ int bake(const BakeOptions &options, const QString &litPath, QImage *image, Bake
     BakeScene baked;
     QString error;
     if (!buildBakeScene(scene, options.settings, &baked, &error))
-        return fail(BakeStatus::InvalidInput, QStringLiteral("%1: %2").arg(options.scene, error));
+        return fail(ExitStatus::InvalidInput, QStringLiteral("%1: %2").arg(options.scene, error));
     if (!hasTextureArea(baked))
-        return fail(BakeStatus::InvalidInput,
+        return fail(ExitStatus::InvalidInput,
                     QStringLiteral("%1: the scene has no texture coordinates that a light map could be laid "
                                    "out by: use --atlas new")
                         .arg(options.scene));
@@ -160,10 +167,10 @@ int bake(const BakeOptions &options, const QString &litPath, QImage *image, Bake
     const bool finished = bakeLightMap(baked, options.settings, watch, &result);
     line.clear();
     if (!finished || interrupted)
-        return fail(BakeStatus::Interrupted, QStringLiteral("interrupted; nothing was written"));
+        return fail(ExitStatus::Interrupted, QStringLiteral("interrupted; nothing was written"));
     *image = result.image;
     *statistics = result.statistics;
-    return int(BakeStatus::Done);
+    return int(ExitStatus::Done);
 }
 
 /// Puts the finished copy in its place, replacing what is there, with the rights that a new file has.
@@ -181,38 +188,38 @@ int bakeScene(const BakeOptions &options)
 {
     const QFileInfo input(options.scene);
     if (!input.exists())
-        return fail(BakeStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
+        return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
     if (input.isDir() || !input.isReadable())
-        return fail(BakeStatus::InvalidInput, options.scene + QStringLiteral(": cannot be read"));
+        return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": cannot be read"));
     QString error;
     if (!canWrite(options.output, &error))
-        return fail(BakeStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
+        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
 
     const bool fresh = options.atlas == BakeOptions::Atlas::New;
     QTemporaryFile copy(options.copy + QStringLiteral(".XXXXXX"));
     if (fresh) {
         if (!copy.open())
-            return fail(BakeStatus::CannotWrite,
+            return fail(ExitStatus::CannotWrite,
                         QStringLiteral("%1: %2").arg(options.copy, copy.errorString()));
         copy.close();
         const AtlasOptions atlas = {options.settings.size, options.settings.padding};
         if (!writeAtlasScene(options.scene, copy.fileName(), atlas, &error))
-            return fail(BakeStatus::Failed, QStringLiteral("%1: %2").arg(options.scene, error));
+            return fail(ExitStatus::Failed, QStringLiteral("%1: %2").arg(options.scene, error));
     }
 
     QImage image;
     BakeStatistics statistics;
     const int status = bake(options, fresh ? copy.fileName() : options.scene, &image, &statistics);
-    if (status != int(BakeStatus::Done))
+    if (status != int(ExitStatus::Done))
         return status;
     warnAbout(options, statistics);
     if (!saveImage(image, options.output, &error))
-        return fail(BakeStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
+        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
     if (fresh && !commitCopy(&copy, options))
-        return fail(BakeStatus::CannotWrite,
+        return fail(ExitStatus::CannotWrite,
                     QStringLiteral("%1: %2").arg(options.copy, QString::fromLocal8Bit(strerror(errno))));
     report(options, statistics);
-    return int(BakeStatus::Done);
+    return int(ExitStatus::Done);
 }
 
 } // namespace
@@ -226,10 +233,10 @@ int main(int argc, char **argv)
     BakeOptions options;
     QString error;
     if (!parseBakeOptions(QCoreApplication::arguments().mid(1), &options, &error))
-        return fail(BakeStatus::Usage, error + QStringLiteral(" (see quorvel-bake --help)"));
+        return fail(ExitStatus::Usage, error + QStringLiteral(" (see quorvel-bake --help)"));
     if (options.request == BakeOptions::Request::Text) {
         fputs(qPrintable(options.text), stdout);
-        return int(BakeStatus::Done);
+        return int(ExitStatus::Done);
     }
     if (!options.verbose)
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));

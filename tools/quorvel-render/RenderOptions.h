@@ -10,9 +10,6 @@
 namespace Quorvel
 {
 
-/// Exit statuses, the same for all companion programs.
-enum class ExitStatus { Done = 0, Failed = 1, Usage = 2, InvalidInput = 3, CannotWrite = 4, NoGl = 5 };
-
 /// What one call of quorvel-render asks for.
 struct RenderOptions
 {

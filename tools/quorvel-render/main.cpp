@@ -1,4 +1,5 @@
 #include "ColladaLoader.h"
+#include "ExitStatus.h"
 #include "FatalExplanation.h"
 #include "Gles2.h"
 #include "Rendering.h"
