@@ -2,6 +2,7 @@
 
 set(QUORVEL_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target; empty for none")
 option(QUORVEL_TIDY "Run clang-tidy on every source" OFF)
+option(QUORVEL_FUZZ "Build the fuzz targets for libFuzzer, with the address sanitizer; needs clang" OFF)
 
 if(QUORVEL_TIDY)
     find_program(QUORVEL_CLANG_TIDY NAMES clang-tidy-14 clang-tidy REQUIRED)
@@ -22,6 +23,10 @@ function(quorvel_target target)
         target_compile_options(${target} PRIVATE
             -fsanitize=${QUORVEL_SANITIZE} -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${QUORVEL_SANITIZE})
+    endif()
+    if(QUORVEL_FUZZ)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link,address -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=address)
     endif()
     if(QUORVEL_TIDY)
         set_target_properties(${target} PROPERTIES CXX_CLANG_TIDY "${QUORVEL_CLANG_TIDY}")

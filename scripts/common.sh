@@ -13,12 +13,12 @@ build_packages=(
     cmake ninja-build g++
     qtbase5-dev libqt5opengl5-dev libqt5xmlpatterns5-dev
     libgles-dev libegl-dev libgl-dev libgl1-mesa-dri
-    robin-map-dev
+    robin-map-dev zlib1g-dev
     libembree-dev libtbb-dev libstb-dev
 )
 # A screen for machines without one: to show the viewer on, and for the tests of windows.
 screen_packages=(xvfb openbox x11-utils imagemagick)
-test_packages=(xdotool glslang-tools libbenchmark-dev wmctrl python3)
+test_packages=(xdotool glslang-tools libbenchmark-dev wmctrl python3 iproute2 util-linux)
 
 # install_packages <package>...: installs those that are missing, as root or through sudo.
 install_packages() {

@@ -3,6 +3,7 @@
 #include "GlErrors.h"
 #include "Gles2.h"
 
+#include <QFileInfo>
 #include <QGLFramebufferObject>
 #include <QGLWidget>
 #include <QImage>
@@ -38,7 +39,9 @@ bool LightMap::load(const QString &fileName)
 {
     if (fileName == m_refusedFile)
         return false;
-    const QImage image = QGLWidget::convertToGLFormat(QImage(fileName));
+    // A scene may come from the network: its name may be that of a pipe, which would never end.
+    const QImage image =
+        QGLWidget::convertToGLFormat(QFileInfo(fileName).isFile() ? QImage(fileName) : QImage());
     if (image.isNull()) {
         qWarning("The light map \"%s\" is not an image that can be read; the scene is lit by its lights",
                  qPrintable(fileName));

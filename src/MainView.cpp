@@ -1,19 +1,25 @@
 #include "MainView.h"
 
 #include "AboutDialog.h"
+#include "CameraPayload.h"
 #include "ColladaLoader.h"
+#include "JoinRequestDialog.h"
+#include "JoinSessionDialog.h"
 #include "LoadIndicator.h"
+#include "Node.h"
 #include "PainterDialog.h"
 #include "PainterState.h"
 #include "Pipeline.h"
 #include "Scene.h"
 #include "SceneCamera.h"
 #include "SceneDrag.h"
+#include "ScenePayload.h"
 #include "StartScreen.h"
 #include "ViewCommands.h"
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDataStream>
 #include <QDesktopServices>
 #include <QDragEnterEvent>
 #include <QFileDialog>
@@ -67,7 +73,12 @@ bool isScene(const QString &filename)
 
 } // namespace
 
-MainView::MainView(QWidget *parent) : QMainWindow(parent), m_firstScene(std::make_unique<Scene>())
+MainView::MainView(QWidget *parent)
+    : QMainWindow(parent)
+    , m_sharedSession(this)
+    , m_joinQuestions(&m_sharedSession,
+                      [this](const NetworkMessage &request) { return grantsJoinRequest(request); })
+    , m_firstScene(std::make_unique<Scene>())
 {
     showStatus(QStringLiteral("Initializing engine..."));
     m_scene = m_firstScene.get();
@@ -89,6 +100,7 @@ MainView::MainView(QWidget *parent) : QMainWindow(parent), m_firstScene(std::mak
     // every start is to show the same size, and the store keeps the key for whoever reads it.
     resize(Settings().value(sizeKey, QSize(640, 480)).toSize());
 
+    connect(&m_sharedSession, &SharedSession::messageReceived, this, &MainView::messageReceived);
     m_highQualityTimer.setSingleShot(true);
     connect(&m_highQualityTimer, &QTimer::timeout, this, &MainView::highQualityPaint);
     connect(&m_animationTimer, &QTimer::timeout, this, &MainView::testAnimation);
@@ -228,6 +240,7 @@ void MainView::sceneLoadCompleted(Scene *scene)
     }
     replaceScene(scene);
     m_pipeline->preparePainter();
+    sendScene();
     // Quirk(scene-turns): an animation that was started while the scene was loading turns the scene;
     // so does the logo's, when the start screen came up in the meantime.
     if (!isFullScreen())
@@ -333,6 +346,74 @@ void MainView::showAbout()
         QDesktopServices::openUrl(AboutDialog::productPage());
 }
 
+// Shared session
+
+void MainView::joinSharedSession()
+{
+    JoinSessionDialog dialog(this);
+    if (run(&dialog) == QDialog::Accepted) {
+        dialog.store();
+        m_joinQuestions.clear();
+        m_sharedSession.join(dialog.server(), dialog.userName(), dialog.sessionNumber());
+    }
+    showBanner();
+}
+
+void MainView::sendCamera()
+{
+    const Node *const node = m_scene->activeCameraNode();
+    if (node && m_sharedSession.isActive())
+        m_sharedSession.sendCamera(node->localTransform());
+}
+
+void MainView::sendScene()
+{
+    if (m_sharedSession.isActive())
+        m_sharedSession.sendScene(*m_scene);
+}
+
+void MainView::messageReceived(const NetworkMessage &message)
+{
+    if (message.kind == NetworkMessage::JoinRequest)
+        m_joinQuestions.add(message);
+    else if (message.kind == NetworkMessage::SceneRecord)
+        receiveScene(message.data);
+    else if (message.kind == NetworkMessage::CameraTransform)
+        receiveCamera(message.data);
+}
+
+bool MainView::grantsJoinRequest(const NetworkMessage &request)
+{
+    JoinRequestDialog dialog(this, fromTextPayload(request.data));
+    return run(&dialog) == QDialog::Accepted;
+}
+
+void MainView::receiveScene(const QByteArray &payload)
+{
+    showStatus(QStringLiteral("Loading model from shared session..."));
+    QString fault;
+    if (const std::optional<QByteArray> record = ScenePayload::decode(payload, &fault)) {
+        // Quirk(scene-in-place): title and start screen stay, and an animation turns what has come;
+        // the scene object is overwritten, so that whoever shows a scene shows the participants' one.
+        m_pipeline->doneCurrent();
+        m_pipeline->deletePainter();
+        QDataStream stream(*record);
+        m_scene->load(stream);
+        m_pipeline->update();
+    } else {
+        qWarning("MainView: scene from the shared session refused: %s", qPrintable(fault));
+    }
+    showBanner();
+}
+
+void MainView::receiveCamera(const QByteArray &payload)
+{
+    if (const std::optional<QMatrix4x4> transform = CameraPayload::decode(payload))
+        setCameraTransform(*transform);
+    else
+        qWarning("MainView: camera move from the shared session refused");
+}
+
 // Camera
 
 SceneCamera MainView::camera() const
@@ -396,25 +477,26 @@ void MainView::toggleTestAnimation()
 
 // Rendering options
 
-void MainView::toggleBackfaceCulling()
+void MainView::toggle(bool (PainterState::*flag)() const, void (PainterState::*setFlag)(bool))
 {
     PainterState &state = m_pipeline->state();
-    state.setBackfaceCulling(!state.backfaceCulling());
+    (state.*setFlag)(!(state.*flag)());
     m_pipeline->update();
+}
+
+void MainView::toggleBackfaceCulling()
+{
+    toggle(&PainterState::backfaceCulling, &PainterState::setBackfaceCulling);
 }
 
 void MainView::toggleCastShadows()
 {
-    PainterState &state = m_pipeline->state();
-    state.setCastShadows(!state.castShadows());
-    m_pipeline->update();
+    toggle(&PainterState::castShadows, &PainterState::setCastShadows);
 }
 
 void MainView::toggleAmbientOcclusion()
 {
-    PainterState &state = m_pipeline->state();
-    state.setAmbientOcclusion(!state.ambientOcclusion());
-    m_pipeline->update();
+    toggle(&PainterState::ambientOcclusion, &PainterState::setAmbientOcclusion);
 }
 
 void MainView::toggleLowQuality()
@@ -425,9 +507,7 @@ void MainView::toggleLowQuality()
 
 void MainView::toggleOutlines()
 {
-    PainterState &state = m_pipeline->state();
-    state.setOutlines(!state.outlines());
-    m_pipeline->update();
+    toggle(&PainterState::outlines, &PainterState::setOutlines);
 }
 
 // Input
@@ -478,6 +558,7 @@ void MainView::mouseMoveEvent(QMouseEvent *event)
         break;
     }
     m_pipeline->update();
+    sendCamera();
 }
 
 void MainView::mouseReleaseEvent(QMouseEvent *)
@@ -497,6 +578,7 @@ void MainView::wheelEvent(QWheelEvent *event)
     lowerQuality();
     camera().zoom(event->angleDelta().y() / -1000.0f);
     m_pipeline->update();
+    sendCamera();
     restoreQualityLater();
 }
 

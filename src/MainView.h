@@ -1,6 +1,8 @@
 #pragma once
 
 #include "ColladaLoaderThread.h"
+#include "JoinQuestions.h"
+#include "SharedSession.h"
 
 #include <QMainWindow>
 #include <QPoint>
@@ -15,6 +17,7 @@ namespace Quorvel
 {
 
 class LoadIndicator;
+class PainterState;
 class Pipeline;
 class Scene;
 class SceneCamera;
@@ -68,8 +71,12 @@ public slots:
     void toggleTestAnimation();
     void toggleFullscreen();
     void toggleOutlines();
+    /// Asks which one, and starts to join it.
+    void joinSharedSession();
     void showAbout();
     void initPipeline();
+    /// Does what another participant of the shared session asks for.
+    void messageReceived(const Quorvel::NetworkMessage &message);
     /// Takes `scene` over and shows it full screen; deletes it when the window has been closed in the
     /// meantime.
     void sceneLoadCompleted(Scene *scene);
@@ -113,13 +120,22 @@ private:
     void lowerQuality();
     void restoreQualityLater();
 
+    void toggle(bool (PainterState::*flag)() const, void (PainterState::*setFlag)(bool));
     SceneCamera camera() const;
+
+    /// Each does nothing while the shared session is not active.
+    void sendCamera();
+    void sendScene();
+    bool grantsJoinRequest(const NetworkMessage &request);
+    void receiveScene(const QByteArray &payload);
+    void receiveCamera(const QByteArray &payload);
 
     /// Null while the surface is the central widget.
     StartScreen *m_startScreen = nullptr;
     Pipeline *m_pipeline = nullptr;
     Scene *m_scene = nullptr;
     QPoint m_lastMousePos;
+    SharedSession m_sharedSession;
     bool m_lowQualityInteraction = true;
     QTimer m_highQualityTimer;
     QTimer m_animationTimer;
@@ -128,6 +144,7 @@ private:
     EngineStart m_engineStart = EngineStart::Waiting;
     LoadIndicator *m_loadIndicator = nullptr;
     QString m_status;
+    JoinQuestions m_joinQuestions;
     /// The key whose press may have gone to a shortcut or to a dialog, so that its release is nobody's; 0 for
     /// none.
     int m_strayKey = 0;

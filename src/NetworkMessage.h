@@ -8,6 +8,11 @@ class QDataStream;
 namespace Quorvel
 {
 
+class SharedSession;
+
+/// The most bytes that a frame may announce, its length field not counted. Who announces more is hung up on.
+constexpr quint32 MaximumFrameSize = 64 * 1024 * 1024;
+
 /// What the participants of a shared session exchange. A plain value.
 ///
 /// On the wire (data-stream version 7, big-endian), each frame is:
@@ -25,7 +30,7 @@ struct NetworkMessage
         ClientId = 1,
         /// Data: a QMatrix4x4 in the record encoding, the camera node's local transform.
         CameraTransform = 2,
-        /// Data: the session number, a QString in the record encoding.
+        /// Data: the session number, or what the server puts in its place, a QString in the record encoding.
         JoinRequest = 3,
         JoinAccepted = 4,
         JoinRefused = 5,
@@ -36,6 +41,8 @@ struct NetworkMessage
 
     NetworkMessage() = default;
     explicit NetworkMessage(quint8 kind) : kind(kind) {}
+    /// From the participant that the session makes us.
+    NetworkMessage(const SharedSession &session, quint8 kind);
 
     quint8 kind = 0;
     QString clientId;
@@ -48,5 +55,9 @@ QDataStream &operator>>(QDataStream &stream, NetworkMessage &message);
 
 /// The message as one frame, its length in front.
 QByteArray toFrame(const NetworkMessage &message);
+
+/// The data of a join request: a QString in the record encoding. Of damaged data, what can be read.
+QByteArray toTextPayload(const QString &text);
+QString fromTextPayload(const QByteArray &data);
 
 } // namespace Quorvel

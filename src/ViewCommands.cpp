@@ -55,8 +55,8 @@ void ViewCommands::addActions(MainView *view, bool lowQualityInteraction)
     QAction *const open =
         addAction(view, "&Open", "Open an existing file", qOverload<>(&MainView::openScene));
     open->setShortcut(QKeySequence::Open);
-    auto *const join = new QAction(QStringLiteral("&Join shared session"), view);
-    join->setStatusTip(QStringLiteral("Join shared session"));
+    QAction *const join =
+        addAction(view, "&Join shared session", "Join shared session", &MainView::joinSharedSession);
     // Quirk(actions-without-menu): leaving, the painter and four rendering options are in no menu;
     // the bar holds what is used while looking at a scene, the others wait for a place.
     addAction(view, "&Exit", "Exit from application", &MainView::close);

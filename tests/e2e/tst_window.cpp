@@ -96,7 +96,8 @@ void TestWindow::slotsHaveTheirNamesAndOrder()
     for (const char *const signature :
          {"openScene(QString)", "testAnimation()", "highQualityPaint()", "openScene()", "selectPipeline()",
           "toggleBackfaceCulling()", "toggleCastShadows()", "toggleAmbientOcclusion()", "toggleLowQuality()",
-          "toggleTestAnimation()", "toggleFullscreen()", "toggleOutlines()", "showAbout()", "initPipeline()",
+          "toggleTestAnimation()", "toggleFullscreen()", "toggleOutlines()", "joinSharedSession()",
+          "showAbout()", "initPipeline()", "messageReceived(Quorvel::NetworkMessage)",
           "sceneLoadCompleted(Scene*)", "initialized()", "showStartScreen()"}) {
         const int index = signatures.indexOf(signature);
         QVERIFY2(index > previous, signature);

@@ -6,7 +6,8 @@ namespace Quorvel
 {
 
 /// A small record with one of everything: geometry with two groups, light, camera, material, three nodes.
-inline RecordBytes completeRecord()
+/// The light aims at a node that there is not; with "n1" as its target, the scene can be drawn.
+inline RecordBytes completeRecord(const QString &lightTarget = QStringLiteral("t"))
 {
     const QMatrix4x4 moved(1, 0, 0, 2, 0, 1, 0, 3, 0, 0, 1, 4, 0, 0, 0, 1);
     RecordBytes record;
@@ -45,7 +46,7 @@ inline RecordBytes completeRecord()
     record.real(1);
     record.real(50);
     record.real(40);
-    record.string(QStringLiteral("t"));
+    record.string(lightTarget);
     record.vector(0, 0, 0);
     record.byte(1);
 

@@ -26,16 +26,16 @@ public:
         }
     }
 
-    /// The managed window of that title; empty while there is none.
-    static QByteArray window(const QString &title)
+    /// The managed window of that title, of that process or of any; empty while there is none.
+    static QByteArray window(const QString &title, qint64 process = 0)
     {
         const QList<QByteArray> lines =
-            Desktop::ask(QStringLiteral("wmctrl"), {QStringLiteral("-l")}).split('\n');
+            Desktop::ask(QStringLiteral("wmctrl"), {QStringLiteral("-l"), QStringLiteral("-p")}).split('\n');
         for (const QByteArray &line : lines) {
             const QRegularExpressionMatch match =
-                QRegularExpression(QStringLiteral("^(0x\\S+)\\s+\\S+\\s+\\S+ (.*)$"))
+                QRegularExpression(QStringLiteral("^(0x\\S+)\\s+\\S+\\s+(\\d+)\\s+\\S+ (.*)$"))
                     .match(QString::fromUtf8(line));
-            if (match.captured(2) == title)
+            if (match.captured(3) == title && (process == 0 || match.captured(2).toLongLong() == process))
                 return match.captured(1).toLatin1();
         }
         return {};

@@ -1,0 +1,104 @@
+#pragma once
+
+#include "MessageReader.h"
+#include "NetworkMessage.h"
+
+#include <QObject>
+#include <QQueue>
+#include <QString>
+#include <QTcpSocket>
+#include <QThreadPool>
+
+class QMatrix4x4;
+
+namespace Quorvel
+{
+
+class Scene;
+
+/// A participant's connection to the server of shared sessions: frames (NetworkMessage.h) over TCP.
+///
+/// After join() the session connects, asks to join by itself, and is active from the moment the server gives
+/// it a client id until the server ends the session or the connection breaks. Nothing is retried and no error
+/// is reported but in the log.
+///
+/// Lives on one thread, which it never keeps waiting: what the network does not take yet stays in the
+/// socket's buffer, and scenes are compressed on another thread. What is sent arrives in the order in which
+/// it was sent.
+class SharedSession : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Where servers listen.
+    static constexpr quint16 DefaultPort = 80;
+
+    explicit SharedSession(QObject *parent = nullptr, quint16 port = DefaultPort);
+    /// Waits for a scene that is being compressed.
+    ~SharedSession() override;
+
+    /// Leaves the server that the session is connected to, if any, and connects to `server`.
+    void join(const QString &server, const QString &userName, const QString &sessionNumber);
+
+    /// Whether the server has taken us in. Camera moves and scenes are for sending only while it has.
+    bool isActive() const { return m_active; }
+
+    bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
+
+    /// Empty until the server gives one; that of the session before lasts until then.
+    QString clientId() const { return m_clientId; }
+    QString userName() const { return m_userName; }
+    QString sessionNumber() const { return m_sessionNumber; }
+    quint16 port() const { return m_port; }
+
+    /// Sends a message behind all that were sent before. One that makes a frame above MaximumFrameSize is
+    /// dropped with a warning, any without a connection in silence.
+    void send(const NetworkMessage &message);
+
+    /// Sends the local transform of the camera node.
+    void sendCamera(const QMatrix4x4 &transform);
+
+    /// Sends the answer to another participant's join request, which names the one who asked.
+    void answer(const NetworkMessage &request, bool accepted);
+
+    /// Sends a complete scene as it is now. One above ScenePayload::MaximumRecordSize is dropped with a
+    /// warning.
+    void sendScene(const Scene &scene);
+
+public slots:
+    void sendJoinMessage();
+    void deactivate();
+    void readData();
+
+signals:
+    /// A camera move, a join request or a scene has come in, whether or not the session is active.
+    void messageReceived(const Quorvel::NetworkMessage &message);
+
+private:
+    /// A message in the queue behind a scene, or the scene itself.
+    struct Outgoing
+    {
+        NetworkMessage message;
+        /// Of a scene that is still being compressed; 0 for what is ready to go.
+        quint64 compression = 0;
+    };
+
+    void resumeReading();
+    void handle(const NetworkMessage &message);
+    void sceneCompressed(quint64 compression, const QByteArray &data);
+    void write(const NetworkMessage &message);
+
+    const quint16 m_port;
+    QTcpSocket m_socket;
+    MessageReader m_reader;
+    bool m_active = false;
+    QString m_clientId;
+    QString m_userName;
+    QString m_sessionNumber;
+    QQueue<Outgoing> m_outgoing;
+    quint64 m_lastCompression = 0;
+    /// One thread. Last, so that it ends before what it reports to.
+    QThreadPool m_compressor;
+};
+
+} // namespace Quorvel
