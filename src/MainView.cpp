@@ -25,6 +25,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QMouseEvent>
 #include <QSettings>
 #include <QStatusBar>
@@ -51,6 +52,7 @@ const QString directoryKey = QStringLiteral("MainWindow/lastDirectory");
 constexpr int engineStartDelay = 500; // milliseconds
 constexpr int highQualityDelay = 500; // milliseconds
 constexpr int animationInterval = 16; // milliseconds
+constexpr int repaintDelay = 100;     // milliseconds
 constexpr int edgeBand = 64;          // pixels
 constexpr double zoomPerPixel = 0.009;
 constexpr double movePerPixel = 0.0015;
@@ -105,7 +107,9 @@ MainView::MainView(QWidget *parent)
     connect(&m_highQualityTimer, &QTimer::timeout, this, &MainView::highQualityPaint);
     connect(&m_animationTimer, &QTimer::timeout, this, &MainView::testAnimation);
     connect(&m_loaderThread, &ColladaLoaderThread::completed, this, &MainView::sceneLoadCompleted);
-    connect(m_pipeline, &Pipeline::initialized, this, &MainView::initialized);
+    // The pipeline announces itself while it paints; widgets that move meanwhile would be painted where they
+    // were.
+    connect(m_pipeline, &Pipeline::initialized, this, &MainView::initialized, Qt::QueuedConnection);
     QTimer::singleShot(engineStartDelay, this, &MainView::initPipeline);
 }
 
@@ -179,6 +183,7 @@ void MainView::showStartScreen()
     m_startScreen = new StartScreen(m_pipeline, this);
     connect(m_startScreen, &StartScreen::sceneChosen, this, qOverload<const QString &>(&MainView::openScene));
     setCentralWidget(m_startScreen);
+    layOutAndRepaint();
     setFocus();
     endGesture();
 }
@@ -190,8 +195,18 @@ void MainView::showViewport()
     // The start screen is deleted when control is back in the event loop; the surface has moved out by then.
     m_startScreen = nullptr;
     setCentralWidget(m_pipeline);
+    layOutAndRepaint();
     setFocus();
     endGesture();
+}
+
+void MainView::layOutAndRepaint()
+{
+    layout()->activate();
+    if (m_startScreen)
+        m_startScreen->layout()->activate();
+    QTimer::singleShot(0, this, [this] { update(); });
+    QTimer::singleShot(repaintDelay, this, [this] { update(); });
 }
 
 // Scenes

@@ -80,7 +80,6 @@ public slots:
     /// Takes `scene` over and shows it full screen; deletes it when the window has been closed in the
     /// meantime.
     void sceneLoadCompleted(Scene *scene);
-    /// May be called while the pipeline paints.
     void initialized();
     /// Leaves full screen and shows the spinning logo under the thumbnails. Does nothing when they are shown.
     void showStartScreen();
@@ -109,6 +108,9 @@ private:
     void replaceScene(Scene *scene);
     /// Makes the drawing surface the central widget, and discards the start screen.
     void showViewport();
+    /// Ends a swap, which moves the native surface beside widgets that are not native: what is painted before
+    /// all have their places, or before the screen has followed, would stay where it was.
+    void layOutAndRepaint();
     /// What the status bar says until the next call, status tips aside.
     void showStatus(const QString &text);
     void showBanner();

@@ -1,3 +1,4 @@
+#include "ExitStatus.h"
 #include "Relay.h"
 #include "SessionOptions.h"
 
@@ -16,8 +17,6 @@ using namespace Quorvel;
 
 namespace
 {
-
-enum class ExitStatus { Done = 0, Failed = 1, Usage = 2, Interrupted = 130 };
 
 constexpr quint16 FirstFreePort = 1024;
 /// Open files beside the connections.
