@@ -5,6 +5,7 @@
 #include "Wall.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QSettings>
 #include <QtTest>
 
@@ -104,8 +105,24 @@ public:
             {QStringLiteral("-i"), QStringLiteral("-r"), QString::fromLatin1(window()), QStringLiteral("-e"),
              QStringLiteral("0,%1,100,600,500").arg(20 + half * 640)});
         return waitFor([this, half] {
-            const QRect place = Viewer::geometry(window());
-            return place.size() == QSize(600, 500) && place.left() / 640 == half && !isSpinning();
+                   const QRect place = Viewer::geometry(window());
+                   return place.size() == QSize(600, 500) && place.left() / 640 == half && !isSpinning();
+               }) &&
+               settles();
+    }
+    /// Waits until nothing has changed for a second: by then the quality is full again.
+    bool settles()
+    {
+        QImage last = picture();
+        QElapsedTimer steady;
+        steady.start();
+        return waitFor([&] {
+            const QImage now = picture();
+            if (now != last) {
+                last = now;
+                steady.restart();
+            }
+            return steady.elapsed() > 1000;
         });
     }
 
