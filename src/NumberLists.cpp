@@ -53,6 +53,8 @@ bool keepsAscii(std::string_view declaration)
     if (name < 0)
         return true;
     const QString quoted = text.mid(text.indexOf(QLatin1Char('='), name) + 1).trimmed();
+    if (quoted.isEmpty())
+        return false;
     const QString encoding = quoted.mid(1, quoted.indexOf(quoted.at(0), 1) - 1).toLower();
     return encoding == QLatin1String("utf-8") || encoding == QLatin1String("iso-8859-1") ||
            encoding == QLatin1String("us-ascii");

@@ -95,8 +95,8 @@ void SharedSession::handle(const NetworkMessage &message)
     switch (message.kind) {
     case NetworkMessage::ClientId:
         m_clientId = message.clientId;
-        // The connection may have ended while an answer to the message before was thought over.
-        m_active = m_socket.state() == QAbstractSocket::ConnectedState;
+        // What was received before the connection ended is still read.
+        m_active = isConnected();
         qDebug() << "SharedSession: clientId:" << m_clientId;
         break;
     case NetworkMessage::CameraTransform:
@@ -169,7 +169,7 @@ void SharedSession::sceneCompressed(quint64 compression, const QByteArray &data)
 
 void SharedSession::write(const NetworkMessage &message)
 {
-    if (m_socket.state() != QAbstractSocket::ConnectedState)
+    if (!isConnected())
         return;
     const QByteArray frame = toFrame(message);
     if (frame.size() - int(sizeof(quint32)) > int(MaximumFrameSize)) {
@@ -177,7 +177,7 @@ void SharedSession::write(const NetworkMessage &message)
         return;
     }
     for (int begin = 0; begin < frame.size();) {
-        const qint64 written = m_socket.write(frame.mid(begin));
+        const qint64 written = m_socket.write(frame.constData() + begin, frame.size() - begin);
         if (written <= 0)
             return;
         begin += int(written);

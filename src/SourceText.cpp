@@ -28,7 +28,8 @@ bool isPlain(const char *bytes, int count)
     return plain;
 }
 
-/// Takes the bytes for Latin-1 and writes them as UTF-8, up to the first NUL.
+/// Takes the bytes for Latin-1 and writes them as UTF-8, up to the first NUL. Without a string of wide
+/// characters in between: one umlaut would make that of the whole file.
 QByteArray latin1ToUtf8(QByteArray bytes)
 {
     const int nul = bytes.indexOf('\0');

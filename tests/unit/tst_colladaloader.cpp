@@ -418,6 +418,7 @@ void TestColladaLoader::badFiles_data()
         "the file is not text: ");
     row("UTF-16", "\xff\xfe<\x3f", "the file is UTF-16 text: ");
     row("byte-order mark", "\xef\xbb\xbf" + simple, "the file starts with a byte-order mark: ");
+    row("cut off in its encoding", "<?xml encoding=", "the file is damaged or not XML (line 1, column ");
     row("text", "Once upon a time\n", "the file is damaged or not XML (line 1, column ");
     row("malformed", QByteArray(simple).replace("</node>\n<node", "</nod>\n<node"),
         "the file is damaged or not XML (line 7, column ");
