@@ -47,7 +47,7 @@ QList<QToolButton *> statusButtons(const MainView &view)
     return buttons;
 }
 
-/// Calls `act` with the dialog that `open` runs, as soon as it is there, and tells whether there was one.
+/// Calls `act` with the dialog that `open` runs, as soon as it has the keys, and tells whether there was one.
 template <typename Dialog, typename Open, typename Act>
 bool duringDialog(Open open, Act act)
 {
@@ -55,7 +55,7 @@ bool duringDialog(Open open, Act act)
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [&poll, &found, &act] {
         auto *const dialog = qobject_cast<Dialog *>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
+        if (!dialog || !dialog->isActiveWindow())
             return;
         poll.stop();
         found = true;

@@ -1,11 +1,11 @@
 #include "OwnNetwork.h"
 #include "RelayProcess.h"
+#include "StillPicture.h"
 #include "ViewerProcess.h"
 #include "VirtualScreen.h"
 #include "Wall.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QSettings>
 #include <QtTest>
 
@@ -108,22 +108,11 @@ public:
                    const QRect place = Viewer::geometry(window());
                    return place.size() == QSize(600, 500) && place.left() / 640 == half && !isSpinning();
                }) &&
-               settles();
+               !stillPicture().isNull();
     }
-    /// Waits until nothing has changed for a second: by then the quality is full again.
-    bool settles()
+    QImage stillPicture()
     {
-        QImage last = picture();
-        QElapsedTimer steady;
-        steady.start();
-        return waitFor([&] {
-            const QImage now = picture();
-            if (now != last) {
-                last = now;
-                steady.restart();
-            }
-            return steady.elapsed() > 1000;
-        });
+        return Quorvel::stillPicture([this] { return picture(); }, patience);
     }
 
     bool join(const QString &number)
@@ -326,14 +315,14 @@ void TestSharedViewers::refusedThenAccepted()
     QVERIFY(pair.ann.open(room, roomTitle));
     QVERIFY(pair.ann.rest(0));
     QVERIFY(pair.ben.rest(1));
-    const QImage before = pair.ben.picture();
+    const QImage before = pair.ben.stillPicture();
 
     QVERIFY(pair.ben.join(session));
     QVERIFY(pair.ann.refuse());
     QVERIFY(!relay.event(QStringLiteral("refuse")).isEmpty());
     QVERIFY(pair.ann.drag(100));
     QVERIFY(pair.ann.drag(-50));
-    QVERIFY(isSame(pair.ben.picture(), before));
+    QVERIFY(isSame(pair.ben.stillPicture(), before));
 
     // Later he gets what is shown by then.
     QVERIFY(pair.benJoins(&relay));
@@ -352,16 +341,16 @@ void TestSharedViewers::leavesAndJoinsAgain()
     const QString other = QStringLiteral("22222");
     QVERIFY(pair.ben.join(other));
     QVERIFY(relay.admits(pair.ben, other));
-    const QImage before = pair.ben.picture();
+    const QImage before = pair.ben.stillPicture();
     QVERIFY(pair.ann.drag(100));
-    QVERIFY(isSame(pair.ben.picture(), before));
-    const QImage turned = pair.ann.picture();
+    QVERIFY(isSame(pair.ben.stillPicture(), before));
+    const QImage turned = pair.ann.stillPicture();
     QVERIFY(pair.ben.drag(-100));
-    QVERIFY(isSame(pair.ann.picture(), turned));
+    QVERIFY(isSame(pair.ann.stillPicture(), turned));
 
     QVERIFY(pair.benJoins(&relay));
     QVERIFY(pair.seeTheSame());
-    QVERIFY(isSame(pair.ann.picture(), turned));
+    QVERIFY(isSame(pair.ann.stillPicture(), turned));
     QVERIFY(pair.ben.drag(30));
     QVERIFY(pair.seeTheSame());
 }
@@ -400,9 +389,9 @@ void TestSharedViewers::relayIsKilledAndRestarted()
         QVERIFY(waitFor([&relay] { return !relay.isRunning(); }));
     }
     // Everyone goes on alone.
-    const QImage before = pair.ben.picture();
+    const QImage before = pair.ben.stillPicture();
     QVERIFY(pair.ann.drag(100));
-    QVERIFY(isSame(pair.ben.picture(), before));
+    QVERIFY(isSame(pair.ben.stillPicture(), before));
     QVERIFY(pair.ben.drag(-50));
 
     // With nobody there it is no error to ask either.

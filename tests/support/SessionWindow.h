@@ -3,6 +3,7 @@
 #include "JoinSessionDialog.h"
 #include "SessionPeer.h"
 #include "SharedSession.h"
+#include "StillPicture.h"
 #include "ViewerWindow.h"
 #include "Wall.h"
 
@@ -20,7 +21,8 @@ namespace Quorvel
 
 constexpr int patience = 20000; // milliseconds
 
-/// Answers each dialog of a class that comes up, as long as this object lives.
+/// Answers each dialog of a class that comes up, as long as this object lives: once it has the keys, as a
+/// person would. Of a dialog that ends sooner the window manager may hand the keys to nobody.
 template <typename Dialog>
 class Answering
 {
@@ -31,7 +33,7 @@ public:
     {
         QObject::connect(&m_timer, &QTimer::timeout, [this, answer] {
             auto *const dialog = qobject_cast<Dialog *>(QApplication::activeModalWidget());
-            if (!dialog || !dialog->isVisible())
+            if (!dialog || !dialog->isActiveWindow())
                 return;
             if (answer(dialog, m_count))
                 ++m_count;
@@ -114,6 +116,11 @@ struct JoinedWindow : ViewerWindow
     {
         const QRect place(view.pipeline()->mapToGlobal(QPoint()), view.pipeline()->size());
         return Wall(QGuiApplication::primaryScreen()->grabWindow(0).toImage().copy(place));
+    }
+    /// The same, at rest.
+    Wall stillWall() const
+    {
+        return Wall(stillPicture([this] { return wall().image; }, patience));
     }
 
     SessionPeer peer{SharedSession::DefaultPort};
