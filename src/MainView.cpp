@@ -16,6 +16,7 @@
 #include "ScenePayload.h"
 #include "StartScreen.h"
 #include "ViewCommands.h"
+#include "WindowSettings.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -27,7 +28,6 @@
 #include <QKeyEvent>
 #include <QLayout>
 #include <QMouseEvent>
-#include <QSettings>
 #include <QStatusBar>
 #include <QStatusTipEvent>
 #include <QUrl>
@@ -46,25 +46,12 @@ namespace
 const QString bannerText = QStringLiteral("Quorvel 3d-viewer - \u00a9 2026 Quorvel Project");
 const QString forwardPainterName = QStringLiteral("Forward pipeline");
 
-const QString sizeKey = QStringLiteral("MainWindow/size");
-const QString directoryKey = QStringLiteral("MainWindow/lastDirectory");
-
 constexpr int engineStartDelay = 500; // milliseconds
 constexpr int highQualityDelay = 500; // milliseconds
 constexpr int animationInterval = 16; // milliseconds
 constexpr int repaintDelay = 100;     // milliseconds
-constexpr int edgeBand = 64;          // pixels
-constexpr double zoomPerPixel = 0.009;
-constexpr double movePerPixel = 0.0015;
-constexpr double degreesPerPixel = 0.4;
 constexpr std::array<int, StartScreen::thumbnailCount> thumbnailKeys = {Qt::Key_A, Qt::Key_S, Qt::Key_D,
                                                                         Qt::Key_F, Qt::Key_G};
-
-/// The settings of the application, by its organisation and name.
-struct Settings : QSettings
-{
-    Settings() : QSettings(QCoreApplication::organizationName(), QCoreApplication::applicationName()) {}
-};
 
 /// A pipe is read like a file; a folder is not.
 bool isScene(const QString &filename)
@@ -100,7 +87,7 @@ MainView::MainView(QWidget *parent)
 
     // Quirk(window-size): the stored size never shows, main resizes the window right after construction;
     // every start is to show the same size, and the store keeps the key for whoever reads it.
-    resize(Settings().value(sizeKey, QSize(640, 480)).toSize());
+    resize(WindowSettings().size());
 
     connect(&m_sharedSession, &SharedSession::messageReceived, this, &MainView::messageReceived);
     m_highQualityTimer.setSingleShot(true);
@@ -202,9 +189,12 @@ void MainView::showViewport()
 
 void MainView::layOutAndRepaint()
 {
+    // So that no paint finds widgets without a place.
     layout()->activate();
     if (m_startScreen)
         m_startScreen->layout()->activate();
+    // What was painted all the same while native windows were on their way: right after what is posted now,
+    // and once more where the machine is slow to follow. On a busy one neither these nor the layout do alone.
     QTimer::singleShot(0, this, [this] { update(); });
     QTimer::singleShot(repaintDelay, this, [this] { update(); });
 }
@@ -235,14 +225,12 @@ void MainView::openScene()
         toggleTestAnimation();
     if (m_loaderThread.isRunning())
         return;
-    QString directory = Settings().value(directoryKey).toString();
-    if (!QDir(directory).exists())
-        directory.clear();
+    const QString directory = WindowSettings().lastDirectory();
     const QString filename = QFileDialog::getOpenFileName(this, QStringLiteral("Open"), directory,
                                                           QStringLiteral("(*.dae *.xml *.DAE *.XML)"));
     m_strayKey = Qt::Key_Escape;
     if (isScene(filename))
-        Settings().setValue(directoryKey, QFileInfo(filename).absolutePath());
+        WindowSettings().setLastDirectory(QFileInfo(filename).absolutePath());
     openScene(filename);
 }
 
@@ -327,7 +315,7 @@ void MainView::dropEvent(QDropEvent *event)
 
 void MainView::closeEvent(QCloseEvent *event)
 {
-    Settings().setValue(sizeKey, size());
+    WindowSettings().setSize(size());
     QMainWindow::closeEvent(event);
 }
 
@@ -530,25 +518,15 @@ void MainView::toggleOutlines()
 void MainView::mousePressEvent(QMouseEvent *event)
 {
     m_lastMousePos = event->pos();
-    if (event->buttons() & Qt::LeftButton) {
-        if (event->x() > width() - edgeBand) {
-            m_mouseMode = MouseMode::Zoom;
-            setCursor(Qt::SizeBDiagCursor);
-        } else if (event->x() < edgeBand) {
-            m_mouseMode = MouseMode::Roll;
-            setCursor(Qt::SizeBDiagCursor);
-        } else {
-            setCursor(Qt::PointingHandCursor);
-        }
-    }
+    if (event->buttons() & Qt::LeftButton)
+        setCursor(m_mouseMode.press(event->x(), width()));
     lowerQuality();
 }
 
 void MainView::mouseDoubleClickEvent(QMouseEvent *)
 {
     m_highQualityTimer.stop();
-    m_mouseMode = MouseMode::Move;
-    setCursor(Qt::SizeAllCursor);
+    setCursor(m_mouseMode.doubleClick());
 }
 
 void MainView::mouseMoveEvent(QMouseEvent *event)
@@ -557,21 +535,7 @@ void MainView::mouseMoveEvent(QMouseEvent *event)
     m_lastMousePos = event->pos();
     if (!(event->buttons() & Qt::LeftButton))
         return;
-    switch (m_mouseMode) {
-    case MouseMode::Move:
-        camera().move(-delta.x() * movePerPixel, delta.y() * movePerPixel);
-        break;
-    case MouseMode::Orbit:
-        camera().orbitHorizontal(-delta.x() * degreesPerPixel);
-        camera().orbitVertical(-delta.y() * degreesPerPixel);
-        break;
-    case MouseMode::Zoom:
-        camera().zoom(delta.y() * zoomPerPixel);
-        break;
-    case MouseMode::Roll:
-        camera().roll(-delta.y() * degreesPerPixel);
-        break;
-    }
+    m_mouseMode.drag(delta, camera());
     m_pipeline->update();
     sendCamera();
 }
@@ -583,15 +547,14 @@ void MainView::mouseReleaseEvent(QMouseEvent *)
 
 void MainView::endGesture()
 {
-    m_mouseMode = MouseMode::Orbit;
-    setCursor(Qt::ArrowCursor);
+    setCursor(m_mouseMode.release());
     restoreQualityLater();
 }
 
 void MainView::wheelEvent(QWheelEvent *event)
 {
     lowerQuality();
-    camera().zoom(event->angleDelta().y() / -1000.0f);
+    MouseMode::turnWheel(event->angleDelta().y(), camera());
     m_pipeline->update();
     sendCamera();
     restoreQualityLater();
@@ -601,6 +564,8 @@ void MainView::keyPressEvent(QKeyEvent *event)
 {
     if (event->key() == m_strayKey)
         m_strayKey = 0;
+    if (m_mouseMode.pressKey(event->key()))
+        return;
     const auto thumbnail = std::find(thumbnailKeys.begin(), thumbnailKeys.end(), event->key());
     if (thumbnail != thumbnailKeys.end()) {
         if (m_startScreen && !event->isAutoRepeat())
@@ -610,12 +575,6 @@ void MainView::keyPressEvent(QKeyEvent *event)
     switch (event->key()) {
     case Qt::Key_Q:
         QCoreApplication::quit();
-        break;
-    case Qt::Key_Z:
-        m_mouseMode = MouseMode::Zoom;
-        break;
-    case Qt::Key_X:
-        m_mouseMode = MouseMode::Move;
         break;
     case Qt::Key_B:
         showStartScreen();
@@ -634,11 +593,9 @@ void MainView::keyReleaseEvent(QKeyEvent *event)
         m_strayKey = 0;
         return;
     }
+    if (m_mouseMode.releaseKey(event->key()))
+        return;
     switch (event->key()) {
-    case Qt::Key_Z:
-    case Qt::Key_X:
-        m_mouseMode = MouseMode::Orbit;
-        break;
     case Qt::Key_F:
         releaseFullscreenKey();
         break;

@@ -2,6 +2,7 @@
 
 #include "ColladaLoaderThread.h"
 #include "JoinQuestions.h"
+#include "MouseMode.h"
 #include "SharedSession.h"
 
 #include <QMainWindow>
@@ -31,8 +32,7 @@ class StartScreen;
 ///
 /// The engine comes up in two steps after construction: initPipeline() half a second after the event loop
 /// starts, then initialized() at the first frame with a scene. Everything here runs on the GUI thread. Reads
-/// and writes the keys "size" and "lastDirectory" of group "MainWindow" in the settings of the application
-/// object's organisation and name, so those must be set before.
+/// and writes WindowSettings, so the application object's organisation and name must be set before.
 class MainView : public QMainWindow
 {
     Q_OBJECT
@@ -98,9 +98,6 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    /// What a drag with the left button does.
-    enum class MouseMode { Move, Orbit, Zoom, Roll };
-
     /// How far the engine has come up; the pipeline may announce itself before its time.
     enum class EngineStart { Waiting, AnnouncedEarly, Done };
 
@@ -108,8 +105,8 @@ private:
     void replaceScene(Scene *scene);
     /// Makes the drawing surface the central widget, and discards the start screen.
     void showViewport();
-    /// Ends a swap, which moves the native surface beside widgets that are not native: what is painted before
-    /// all have their places, or before the screen has followed, would stay where it was.
+    /// Ends a swap: what is painted before all widgets have their places, or before the screen has followed,
+    /// would stay where it was.
     void layOutAndRepaint();
     /// What the status bar says until the next call, status tips aside.
     void showStatus(const QString &text);
@@ -142,7 +139,7 @@ private:
     QTimer m_highQualityTimer;
     QTimer m_animationTimer;
     ColladaLoaderThread m_loaderThread;
-    MouseMode m_mouseMode = MouseMode::Orbit;
+    MouseMode m_mouseMode;
     EngineStart m_engineStart = EngineStart::Waiting;
     LoadIndicator *m_loadIndicator = nullptr;
     QString m_status;

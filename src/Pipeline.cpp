@@ -108,8 +108,6 @@ void Pipeline::paintGL()
         clearToBlack();
         m_initializedEmitted = true;
         emit initialized();
-        // Whoever listens may have let go of the context; the frame goes on to be shown.
-        makeCurrent();
     } else if (isDrawable()) {
         m_state.update();
         m_painter->paint(m_state);

@@ -39,7 +39,9 @@ public:
     PainterState &state() { return m_state; }
 
 signals:
-    /// Once, from the first paint that finds a scene. That frame stays black.
+    /// Once, from the first paint that finds a scene. That frame stays black. Whoever lets go of the GL
+    /// context or rearranges widgets then must be connected queued: the paint goes on, with the context
+    /// current.
     void initialized();
 
 protected:
