@@ -1,14 +1,15 @@
-#include <QDir>
+#include "ProgramHome.h"
+#include "SquareScene.h"
+
 #include <QElapsedTimer>
-#include <QFile>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>
+
+using namespace Quorvel::Test;
 
 /// quorvel-bake as people and scripts call it: a process of its own, a home of its own.
 class TestBake : public QObject
@@ -37,78 +38,47 @@ private slots:
     void versionAndHelpGoToStdout();
 
 private:
-    struct Result
+    ProgramEnd bake(const QStringList &arguments) const
     {
-        int status;
-        bool crashed;
-        QString out;
-        QString err;
-    };
+        return m_home->run(QStringLiteral(QUORVEL_BAKE), arguments);
+    }
+    ProgramEnd render(const QStringList &arguments) const
+    {
+        return m_home->run(QStringLiteral(QUORVEL_RENDER), arguments);
+    }
+    QString path(const QString &name) const { return m_home->path(name); }
+    QString write(const QString &name, const QByteArray &text) const { return m_home->write(name, text); }
+    QStringList files() const { return m_home->files(); }
 
-    void prepare(QProcess *process) const;
-    Result run(const QString &program, const QStringList &arguments) const;
-    Result bake(const QStringList &arguments) const { return run(QStringLiteral(QUORVEL_BAKE), arguments); }
-    QString path(const QString &name) const { return m_home->filePath(name); }
-    QString write(const QString &name, const QByteArray &text) const;
-    QStringList files() const { return QDir(m_home->path()).entryList(QDir::Files); }
-
-    std::unique_ptr<QTemporaryDir> m_home;
+    std::unique_ptr<ProgramHome> m_home;
 };
 
 namespace
 {
 
-/// A square of side 2 in the plane z = 0 around the origin, seen from z = 3 straight on: s runs along x, t
-/// along y. A light of full colour shines on it straight on.
-const char *const Scene = R"(<?xml version="1.0"?>
-<COLLADA version="1.4.1">
-  <library_cameras><camera id="cam" name="cam"><optics><technique_common><perspective>
-    <xfov>30</xfov><znear>0.1</znear><zfar>100</zfar></perspective></technique_common></optics></camera></library_cameras>
-  <library_lights>%LIGHT%</library_lights>
-  <library_effects><effect id="fx"><profile_COMMON><technique sid="t"><phong>
-    <ambient><color>0 0 0 1</color></ambient><diffuse><color>1 0.6 0.2 1</color></diffuse>
-    <specular><color>0 0 0 1</color></specular><shininess><float>8</float></shininess>
-    <transparency><float>1</float></transparency></phong></technique></profile_COMMON></effect></library_effects>
-  <library_materials><material id="mat"><instance_effect url="#fx"/></material></library_materials>
-  <library_geometries><geometry id="square"><mesh>
-    <source id="p"><float_array id="pa" count="12">-1 -1 0 1 -1 0 1 1 0 -1 1 0</float_array></source>
-    <source id="n"><float_array id="na" count="3">0 0 1</float_array></source>
-    <source id="t"><float_array id="ta" count="12">%TEXCOORDS%</float_array></source>
-    <vertices id="v"><input semantic="POSITION" source="#p"/></vertices>
-    <triangles material="m" count="2">
-      <input semantic="VERTEX" source="#v" offset="0"/><input semantic="NORMAL" source="#n" offset="1"/>
-      <input semantic="TEXCOORD" source="#t" offset="2"/>
-      <p>0 0 0 2 0 2 1 0 1 0 0 0 3 0 3 2 0 2</p></triangles>
-  </mesh></geometry></library_geometries>
-  <library_visual_scenes><visual_scene id="s">
-    %CAMERA%
-    <node id="light-node"><translate>%PLACE%</translate><instance_light url="#lamp"/></node>
-    %NODES%
-  </visual_scene></library_visual_scenes>
-</COLLADA>
-)";
-
-const char *const CameraNode =
-    R"(<node id="cam-node"><translate>0 0 3</translate><instance_camera url="#cam"/></node>)";
-const char *const SquareNode =
-    R"(<node id="square-node"><instance_geometry url="#square"><bind_material><technique_common>
-    <instance_material symbol="m" target="#mat"/></technique_common></bind_material></instance_geometry></node>)";
 const char *const BackNode =
     R"(<node id="back"><translate>0 0 -5</translate><instance_geometry url="#square"/></node>)";
-const QByteArray twoSquares = QByteArray(SquareNode) + BackNode;
 const char *const Sun =
     R"(<light id="lamp"><technique_common><directional><color>1 1 1</color></directional></technique_common></light>)";
 const char *const Lamp =
     R"(<light id="lamp"><technique_common><point><color>1 1 1</color></point></technique_common></light>)";
-QByteArray sceneText(const char *light = Sun, const char *place = "0 0 2", const char *nodes = SquareNode,
-                     const char *texcoords = "0 0 0 1 0 0 1 1 0 0 1 0", const char *camera = CameraNode)
+
+/// A square whose texture coordinates run from 0 to 1, s along x and t along y.
+SquareScene square(const QByteArray &light = Sun, const QByteArray &place = "0 0 2")
 {
-    return QByteArray(Scene)
-        .replace("%LIGHT%", light)
-        .replace("%PLACE%", place)
-        .replace("%NODES%", nodes)
-        .replace("%TEXCOORDS%", texcoords)
-        .replace("%CAMERA%", camera);
+    SquareScene scene;
+    scene.diffuse = "1 0.6 0.2";
+    scene.texcoords = "0 0 0 1 0 0 1 1 0 0 1 0";
+    scene.light = light;
+    scene.place = place;
+    return scene;
+}
+
+QByteArray twoSquares()
+{
+    SquareScene scene = square();
+    scene.nodes += BackNode;
+    return scene.text();
 }
 
 bool near(QRgb pixel, int red, int green, int blue, int tolerance)
@@ -127,42 +97,14 @@ QByteArray contents(const QString &path)
 
 void TestBake::init()
 {
-    m_home = std::make_unique<QTemporaryDir>();
+    m_home = std::make_unique<ProgramHome>();
     QVERIFY(m_home->isValid());
-}
-
-void TestBake::prepare(QProcess *process) const
-{
-    QProcessEnvironment variables = QProcessEnvironment::systemEnvironment();
-    variables.remove(QStringLiteral("DISPLAY"));
-    variables.insert(QStringLiteral("HOME"), m_home->path());
-    process->setProcessEnvironment(variables);
-    process->setWorkingDirectory(m_home->path());
-}
-
-TestBake::Result TestBake::run(const QString &program, const QStringList &arguments) const
-{
-    QProcess process;
-    prepare(&process);
-    process.start(program, arguments);
-    process.waitForFinished(60000);
-    return {process.exitCode(), process.exitStatus() == QProcess::CrashExit,
-            QString::fromLocal8Bit(process.readAllStandardOutput()),
-            QString::fromLocal8Bit(process.readAllStandardError())};
-}
-
-QString TestBake::write(const QString &name, const QByteArray &text) const
-{
-    QFile file(path(name));
-    if (file.open(QIODevice::WriteOnly))
-        file.write(text);
-    return file.fileName();
 }
 
 void TestBake::lightMapLiesBesideTheScene()
 {
-    write("square.dae", sceneText());
-    const Result result = bake({"--size", "32", "--samples", "4", "square.dae"});
+    write("square.dae", square().text());
+    const ProgramEnd result = bake({"--size", "32", "--samples", "4", "square.dae"});
     QVERIFY2(result.status == 0 && !result.crashed, qPrintable(result.err));
     const QImage map(path("square.dae.png"));
     QCOMPARE(map.size(), QSize(32, 32));
@@ -173,11 +115,11 @@ void TestBake::lightMapLiesBesideTheScene()
 
 void TestBake::litSurfaceHasItsOwnColor()
 {
-    const QString scene = write("square.dae", sceneText());
-    const Result unlit = run(QStringLiteral(QUORVEL_RENDER), {"--size", "64x64", scene, path("lit.png")});
+    const QString scene = write("square.dae", square().text());
+    const ProgramEnd unlit = render({"--size", "64x64", scene, path("lit.png")});
     QVERIFY2(unlit.status == 0, qPrintable(unlit.err));
     QCOMPARE(bake({"--size", "32", "--samples", "4", scene}).status, 0);
-    QCOMPARE(run(QStringLiteral(QUORVEL_RENDER), {"--size", "64x64", scene, path("baked.png")}).status, 0);
+    QCOMPARE(render({"--size", "64x64", scene, path("baked.png")}).status, 0);
     for (const char *name : {"lit.png", "baked.png"}) {
         const QImage picture(path(name));
         for (const QPoint &place : {QPoint(32, 32), QPoint(4, 4), QPoint(60, 4), QPoint(4, 60)})
@@ -189,9 +131,9 @@ void TestBake::litSurfaceHasItsOwnColor()
 void TestBake::viewerShowsTheMapTheRightWayUp()
 {
     // Close above the square's lower left corner, as the camera sees it.
-    const QString scene = write("square.dae", sceneText(Lamp, "-0.6 -0.4 0.1"));
+    const QString scene = write("square.dae", square(Lamp, "-0.6 -0.4 0.1").text());
     QCOMPARE(bake({"--size", "64", "--samples", "16", scene}).status, 0);
-    QCOMPARE(run(QStringLiteral(QUORVEL_RENDER), {"--size", "100x100", scene, path("view.png")}).status, 0);
+    QCOMPARE(render({"--size", "100x100", scene, path("view.png")}).status, 0);
     const QImage picture(path("view.png"));
     // Half a picture is 3 tan(15 degrees) = 0.804 wide.
     const auto at = [&picture](double x, double y) {
@@ -206,7 +148,7 @@ void TestBake::viewerShowsTheMapTheRightWayUp()
 
 void TestBake::outputIsWhereItWasAskedFor()
 {
-    const QString scene = write("square.dae", sceneText());
+    const QString scene = write("square.dae", square().text());
     QVERIFY(QDir(m_home->path()).mkdir("out"));
     QCOMPARE(bake({"--size", "16", "--samples", "1", scene, "-o", "out/light.png"}).status, 0);
     QCOMPARE(QImage(path("out/light.png")).size(), QSize(16, 16));
@@ -218,7 +160,7 @@ void TestBake::outputIsWhereItWasAskedFor()
 
 void TestBake::bytesAreTheSameForAnyNumberOfThreads()
 {
-    const QString scene = write("square.dae", sceneText(Lamp, "-0.6 -0.4 0.1"));
+    const QString scene = write("square.dae", square(Lamp, "-0.6 -0.4 0.1").text());
     for (const char *threads : {"1", "2", "7"})
         QCOMPARE(bake({"--size", "64", "--samples", "4", "--denoise", "--threads", threads, scene, "-o",
                        QStringLiteral("%1.png").arg(threads)})
@@ -231,8 +173,8 @@ void TestBake::bytesAreTheSameForAnyNumberOfThreads()
 
 void TestBake::jsonSumsUp()
 {
-    const QString scene = write("square.dae", sceneText());
-    const Result result = bake({"--size", "32", "--samples", "8", "--bounces", "2", "--json", scene});
+    const QString scene = write("square.dae", square().text());
+    const ProgramEnd result = bake({"--size", "32", "--samples", "8", "--bounces", "2", "--json", scene});
     QCOMPARE(result.status, 0);
     const QJsonObject document = QJsonDocument::fromJson(result.out.toUtf8()).object();
     QCOMPARE(document.value("schema").toInt(), 1);
@@ -254,10 +196,10 @@ void TestBake::jsonSumsUp()
 
 void TestBake::quietIsQuiet()
 {
-    const QString scene = write("square.dae", sceneText());
-    const Result quiet = bake({"-q", "--size", "16", "--samples", "1", scene});
+    const QString scene = write("square.dae", square().text());
+    const ProgramEnd quiet = bake({"-q", "--size", "16", "--samples", "1", scene});
     QVERIFY2(quiet.out.isEmpty() && quiet.err.isEmpty(), qPrintable(quiet.err));
-    const Result plain = bake({"--size", "16", "--samples", "1", scene});
+    const ProgramEnd plain = bake({"--size", "16", "--samples", "1", scene});
     QVERIFY(plain.err.contains("square.dae.png: 256 texels in 1 charts"));
     // No line for a terminal where there is none, and no details of loading.
     QVERIFY(!plain.err.contains('\r') && !plain.err.contains("Load time"));
@@ -266,8 +208,8 @@ void TestBake::quietIsQuiet()
 
 void TestBake::overlapIsWarnedAbout()
 {
-    const QString scene = write("two.dae", sceneText(Sun, "0 0 2", twoSquares.constData()));
-    const Result result = bake({"--size", "16", "--samples", "1", scene});
+    const QString scene = write("two.dae", twoSquares());
+    const ProgramEnd result = bake({"--size", "16", "--samples", "1", scene});
     QCOMPARE(result.status, 0);
     QVERIFY2(result.err.contains("two.dae: warning: triangles overlap in ") &&
                  result.err.contains("--atlas new"),
@@ -290,9 +232,9 @@ void TestBake::triangleWithoutAreaIsWarnedAbout()
     QFETCH(QString, atlas);
     QFETCH(QString, meaning);
     // One more triangle whose corners are one.
-    QByteArray text = sceneText();
+    QByteArray text = square().text();
     write("point.dae", text.replace("</p>", " 0 0 0 0 0 0 0 0 0</p>"));
-    const Result result =
+    const ProgramEnd result =
         bake({"-q", "--size", "32", "--samples", "1", "--padding", "2", "--atlas", atlas, "point.dae"});
     QCOMPARE(result.status, 0);
     QCOMPARE(result.err, "quorvel-bake: point.dae: warning: 1 of 3 triangles have no area in the light map "
@@ -302,9 +244,9 @@ void TestBake::triangleWithoutAreaIsWarnedAbout()
 
 void TestBake::freshAtlasGoesIntoACopy()
 {
-    const QByteArray text = sceneText(Sun, "0 0 2", twoSquares.constData());
+    const QByteArray text = twoSquares();
     write("two.dae", text);
-    const Result result =
+    const ProgramEnd result =
         bake({"--atlas", "new", "--size", "64", "--samples", "1", "--padding", "2", "--json", "two.dae"});
     QVERIFY2(result.status == 0, qPrintable(result.err));
     QVERIFY2(!result.err.contains("overlap"), qPrintable(result.err));
@@ -316,13 +258,13 @@ void TestBake::freshAtlasGoesIntoACopy()
     QCOMPARE(document.value("overlapping_texels").toInt(), 0);
     QCOMPARE(QFile::permissions(path("two-lit.dae")), QFile::permissions(path("two-lit.dae.png")));
     // The copy opens and shows its light.
-    QCOMPARE(run(QStringLiteral(QUORVEL_RENDER), {"--size", "64x64", "two-lit.dae", "view.png"}).status, 0);
+    QCOMPARE(render({"--size", "64x64", "two-lit.dae", "view.png"}).status, 0);
     QVERIFY(near(QImage(path("view.png")).pixel(32, 32), 255, 153, 51, 2));
 }
 
 void TestBake::usageErrorsExitWithTwo()
 {
-    const Result result = bake({"--size", "big", "a.dae"});
+    const ProgramEnd result = bake({"--size", "big", "a.dae"});
     QCOMPARE(result.status, 2);
     QCOMPARE(result.err, QStringLiteral("quorvel-bake: --size big: expected N (see quorvel-bake --help)\n"));
     QCOMPARE(bake({}).status, 2);
@@ -331,7 +273,7 @@ void TestBake::usageErrorsExitWithTwo()
 
 void TestBake::unreadableScenesExitWithThree()
 {
-    const Result missing = bake({"nothing.dae"});
+    const ProgramEnd missing = bake({"nothing.dae"});
     QCOMPARE(missing.status, 3);
     QVERIFY2(missing.err.contains("nothing.dae: no such file"), qPrintable(missing.err));
     QVERIFY(QDir(m_home->path()).mkdir("folder.dae"));
@@ -340,8 +282,10 @@ void TestBake::unreadableScenesExitWithThree()
 
 void TestBake::sceneWithoutTextureCoordinatesExitsWithThree()
 {
-    write("plain.dae", sceneText(Sun, "0 0 2", SquareNode, "0 0 0 0 0 0 0 0 0 0 0 0"));
-    const Result result = bake({"--size", "16", "plain.dae"});
+    SquareScene scene = square();
+    scene.texcoords = SquareScene().texcoords;
+    write("plain.dae", scene.text());
+    const ProgramEnd result = bake({"--size", "16", "plain.dae"});
     QCOMPARE(result.status, 3);
     QVERIFY2(result.err.contains("plain.dae: the scene has no texture coordinates") &&
                  result.err.contains("--atlas new"),
@@ -353,8 +297,8 @@ void TestBake::sceneWithoutTextureCoordinatesExitsWithThree()
 
 void TestBake::unwritableOutputExitsWithFour()
 {
-    const QString scene = write("square.dae", sceneText());
-    const Result result = bake({scene, "-o", "no/such/folder/out.png"});
+    const QString scene = write("square.dae", square().text());
+    const ProgramEnd result = bake({scene, "-o", "no/such/folder/out.png"});
     QCOMPARE(result.status, 4);
     QVERIFY2(result.err.contains("out.png: "), qPrintable(result.err));
     QVERIFY(QDir(m_home->path()).mkdir("out.png"));
@@ -363,8 +307,10 @@ void TestBake::unwritableOutputExitsWithFour()
 
 void TestBake::sceneWithoutCameraAbortsAndExplains()
 {
-    write("blind.dae", sceneText(Sun, "0 0 2", SquareNode, "0 0 0 1 0 0 1 1 0 0 1 0", ""));
-    const Result result = bake({"blind.dae"});
+    SquareScene scene = square();
+    scene.hasCamera = false;
+    write("blind.dae", scene.text());
+    const ProgramEnd result = bake({"blind.dae"});
     QVERIFY(result.crashed);
     QCOMPARE(result.status, SIGABRT);
     QVERIFY2(result.err.contains("blind.dae: the scene has no camera node"), qPrintable(result.err));
@@ -372,10 +318,10 @@ void TestBake::sceneWithoutCameraAbortsAndExplains()
 
 void TestBake::interruptLeavesNothingBehind()
 {
-    write("square.dae", sceneText(Lamp, "0 0 1"));
+    write("square.dae", square(Lamp, "0 0 1").text());
     for (const QStringList &more : {QStringList(), QStringList({"--atlas", "new"})}) {
         QProcess process;
-        prepare(&process);
+        m_home->prepare(&process);
         process.start(QStringLiteral(QUORVEL_BAKE),
                       QStringList({"--size", "2048", "--samples", "65536", "-v", "square.dae"}) + more);
         QVERIFY(process.waitForStarted());
@@ -399,7 +345,7 @@ void TestBake::interruptLeavesNothingBehind()
 void TestBake::versionAndHelpGoToStdout()
 {
     QVERIFY(bake({"--version"}).out.startsWith("quorvel-bake "));
-    const Result help = bake({"--help"});
+    const ProgramEnd help = bake({"--help"});
     QCOMPARE(help.status, 0);
     QVERIFY(help.out.contains("--half-distance"));
     QVERIFY(help.err.isEmpty());

@@ -1,4 +1,5 @@
 #include "HeldFile.h"
+#include "ProgramHome.h"
 #include "ViewerProcess.h"
 #include "VirtualScreen.h"
 #include "Wall.h"
@@ -6,39 +7,23 @@
 #include <QColor>
 #include <QCoreApplication>
 #include <QImage>
-#include <QProcess>
-#include <QRegularExpression>
 #include <QtTest>
 
 using namespace Quorvel;
 using namespace Quorvel::Desktop;
+using namespace Quorvel::Test;
 
 namespace
 {
 
 const QString room = QStringLiteral(QUORVEL_FIXTURES "/window/room.dae");
 
-constexpr int startTimeout = 30000; // milliseconds
+const QString startTitle = QStringLiteral("Quorvel");
+const QString roomTitle = QStringLiteral("/room.dae - Quorvel");
 
-struct Answer
+ProgramEnd runWithoutDisplay(const QString &option)
 {
-    int exitCode;
-    QString output;
-    QString errors;
-};
-
-/// Runs the program where there is no display.
-Answer runWithoutDisplay(const QStringList &arguments)
-{
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove(QStringLiteral("DISPLAY"));
-    process.setProcessEnvironment(environment);
-    process.start(QStringLiteral(QUORVEL_PROGRAM), arguments);
-    process.waitForFinished();
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return ProgramHome().run(QStringLiteral(QUORVEL_PROGRAM), {option});
 }
 
 } // namespace
@@ -72,30 +57,21 @@ void TestProgram::init()
 
 void TestProgram::answersWithoutDisplay()
 {
-    const Answer version = runWithoutDisplay({QStringLiteral("--version")});
-    QCOMPARE(version.exitCode, 0);
-    QCOMPARE(version.output, QStringLiteral("Quorvel " QUORVEL_VERSION "\n"));
+    const ProgramEnd version = runWithoutDisplay(QStringLiteral("--version"));
+    QCOMPARE(version.status, 0);
+    QCOMPARE(version.out, QStringLiteral("Quorvel " QUORVEL_VERSION "\n"));
 
-    const Answer help = runWithoutDisplay({QStringLiteral("--help")});
-    QCOMPARE(help.exitCode, 0);
-    QVERIFY(help.output.contains(QStringLiteral("--open <FILE>")));
-    QVERIFY(help.output.contains(QStringLiteral("[scene]")));
-    QCOMPARE(help.errors, QString());
+    const ProgramEnd help = runWithoutDisplay(QStringLiteral("--help"));
+    QCOMPARE(help.status, 0);
+    QVERIFY(help.out.contains(QStringLiteral("--open <FILE>")));
+    QVERIFY(help.out.contains(QStringLiteral("[scene]")));
+    QCOMPARE(help.err, QString());
 }
 
 void TestProgram::manPageNamesEveryOption()
 {
-    QFile page(QStringLiteral(QUORVEL_SOURCE_DIR "/packaging/man/quorvel.1"));
-    QVERIFY(page.open(QIODevice::ReadOnly));
-    const QString text = QString::fromUtf8(page.readAll()).remove(QLatin1Char('\\'));
-    const QString help = runWithoutDisplay({QStringLiteral("--help")}).output;
-    QRegularExpressionMatchIterator options =
-        QRegularExpression(QStringLiteral("--[a-z-]+")).globalMatch(help);
-    QVERIFY(options.hasNext());
-    while (options.hasNext()) {
-        const QString option = options.next().captured();
-        QVERIFY2(text.contains(option), qPrintable(option));
-    }
+    const QString help = runWithoutDisplay(QStringLiteral("--help")).out;
+    QCOMPARE(optionsNotInManPage(QStringLiteral("quorvel"), help), QStringList());
 }
 
 void TestProgram::refusesWrongUsage_data()
@@ -122,8 +98,8 @@ void TestProgram::refusesWrongUsage()
 void TestProgram::startsWithoutScene()
 {
     Viewer viewer({});
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
-    const QByteArray window = Viewer::window(QStringLiteral("Quorvel"));
+    QVERIFY(Viewer::waitForWindow(startTitle));
+    const QByteArray window = Viewer::window(startTitle);
     QTRY_COMPARE(Viewer::size(window), QSize(640, 480));
     QVERIFY(!Viewer::isFullScreen(window));
     Viewer::close(window);
@@ -147,19 +123,17 @@ void TestProgram::saysWhenFileIsMissing()
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, complaint);
     Viewer viewer(arguments);
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
-    QTRY_COMPARE(Viewer::size(Viewer::window(QStringLiteral("Quorvel"))), QSize(640, 480));
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QVERIFY(Viewer::waitForWindow(startTitle));
+    QTRY_COMPARE(Viewer::size(Viewer::window(startTitle)), QSize(640, 480));
+    QCOMPARE(viewer.quit(), 0);
     QVERIFY(viewer.process().readAllStandardError().contains(complaint));
 }
 
 void TestProgram::opensSceneOnceTheEngineIsUp()
 {
     Viewer viewer({QStringLiteral("--open"), room});
-    const QString title = QStringLiteral("/room.dae - Quorvel");
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
-    const QByteArray window = Viewer::window(title);
+    QVERIFY(Viewer::waitForWindow(roomTitle));
+    const QByteArray window = Viewer::window(roomTitle);
     QTRY_VERIFY(Viewer::isFullScreen(window));
     QTRY_COMPARE(Viewer::size(window), QSize(1280, 800));
 
@@ -181,31 +155,27 @@ void TestProgram::opensSceneOnceTheEngineIsUp()
     QVERIFY2(qAbs(wall.width() - surface * 0.482843) <= 2, qPrintable(QString::number(wall.width())));
     QVERIFY(qAbs(wall.width() - wall.height(600)) <= 2);
 
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 void TestProgram::sceneBeforeTheEngineIsNotShown()
 {
     Viewer viewer({room});
-    const QString title = QStringLiteral("/room.dae - Quorvel");
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
+    QVERIFY(Viewer::waitForWindow(roomTitle));
     // The scene fills the screen until the engine is up, which shows the start screen instead.
-    QTRY_VERIFY(!Viewer::isFullScreen(Viewer::window(title)));
-    QTRY_COMPARE(Viewer::size(Viewer::window(title)), QSize(640, 480));
+    QTRY_VERIFY(!Viewer::isFullScreen(Viewer::window(roomTitle)));
+    QTRY_COMPARE(Viewer::size(Viewer::window(roomTitle)), QSize(640, 480));
     const QImage before = screenshot();
     QTRY_VERIFY(screenshot() != before);
     QVERIFY(!Wall(before).isVisible());
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 void TestProgram::keysLeaveFullScreenAndQuit()
 {
     Viewer viewer({QStringLiteral("--open"), room});
-    const QString title = QStringLiteral("/room.dae - Quorvel");
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
-    const QByteArray window = Viewer::window(title);
+    QVERIFY(Viewer::waitForWindow(roomTitle));
+    const QByteArray window = Viewer::window(roomTitle);
     QTRY_VERIFY(Viewer::isFullScreen(window));
     key(QStringLiteral("Escape"));
     QTRY_VERIFY(!Viewer::isFullScreen(window));
@@ -216,16 +186,14 @@ void TestProgram::keysLeaveFullScreenAndQuit()
     key(QStringLiteral("f"));
     QTRY_VERIFY(!Viewer::isFullScreen(window));
     QTRY_COMPARE(Viewer::size(window), QSize(640, 480));
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 void TestProgram::pointerAndWheelMoveThePicture()
 {
     Viewer viewer({QStringLiteral("--open"), room});
-    const QString title = QStringLiteral("/room.dae - Quorvel");
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
-    QTRY_VERIFY(Viewer::isFullScreen(Viewer::window(title)));
+    QVERIFY(Viewer::waitForWindow(roomTitle));
+    QTRY_VERIFY(Viewer::isFullScreen(Viewer::window(roomTitle)));
     QTRY_VERIFY(isNear(screenshot().pixelColor(640 + 90, 400 - 90), green));
     const Wall before(screenshot());
 
@@ -248,8 +216,7 @@ void TestProgram::pointerAndWheelMoveThePicture()
            QStringLiteral("mousedown"), QStringLiteral("1"), QStringLiteral("mousemove_relative"),
            QStringLiteral("125"), QStringLiteral("0"), QStringLiteral("mouseup"), QStringLiteral("1")});
     QTRY_VERIFY(Wall(screenshot()).width() <= 2);
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 void TestProgram::endsDuringLoad_data()
@@ -264,16 +231,15 @@ void TestProgram::endsDuringLoad()
     QFETCH(bool, byKey);
     HeldFile held(QStringLiteral("held.dae"));
     Viewer viewer({held.path()});
-    const QString title = QStringLiteral("Quorvel");
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
+    QVERIFY(Viewer::waitForWindow(startTitle));
     QTRY_VERIFY(held.isAwaited());
     if (byKey)
         key(QStringLiteral("q"));
     else
-        Viewer::close(Viewer::window(title));
+        Viewer::close(Viewer::window(startTitle));
 
     // The window goes at once; the program waits for the load.
-    QTRY_VERIFY(Viewer::window(title).isEmpty());
+    QTRY_VERIFY(Viewer::window(startTitle).isEmpty());
     QCOMPARE(viewer.process().state(), QProcess::Running);
     held.deliver(room);
     QCOMPARE(viewer.exitCode(), 0);
@@ -282,14 +248,7 @@ void TestProgram::endsDuringLoad()
 
 int main(int argc, char *argv[])
 {
-    const VirtualScreen screen;
-    if (!screen.isValid()) {
-        fprintf(stderr, "no virtual screen: %s\n", qPrintable(screen.errorString()));
-        return 1;
-    }
-    const QCoreApplication application(argc, argv);
-    TestProgram test;
-    return QTest::qExec(&test, argc, argv);
+    return runOnVirtualScreenAs<TestProgram, QCoreApplication>(argc, argv);
 }
 
 #include "tst_program.moc"

@@ -349,12 +349,16 @@ void TestStartScreen::swapsLeaveNothingBehind()
         window.view.openScene(QStringLiteral(":/models/quorvel.DAE"));
         return QTest::qWaitFor([&window] { return isShown(window, QStringLiteral("quorvel")); });
     };
-    // A surface that is on its way between two places may not draw yet.
+    // A surface that is on its way between two places does not draw, and what the spinning logo has drawn is
+    // of low quality, without shadow maps.
     const auto draw = [&window] {
-        return QTest::qWaitFor([&window] {
+        Pipeline *const pipeline = window.view.pipeline();
+        return QTest::qWaitFor([&window, pipeline] {
+            if (!pipeline->testAttribute(Qt::WA_Mapped) || !pipeline->windowHandle()->isExposed())
+                return false;
             window.state().setLowQuality(false);
-            window.view.pipeline()->updateGL();
-            window.view.pipeline()->makeCurrent();
+            pipeline->updateGL();
+            pipeline->makeCurrent();
             return GlObjectCount().buffers > 0;
         });
     };

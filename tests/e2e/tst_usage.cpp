@@ -15,6 +15,7 @@ namespace
 {
 
 const QString fixtures = QStringLiteral(QUORVEL_FIXTURES "/window");
+const QString startTitle = QStringLiteral("Quorvel");
 const QString room = fixtures + QStringLiteral("/room.dae");
 
 constexpr int startTimeout = 30000; // milliseconds
@@ -35,6 +36,13 @@ bool isOpen(const QString &scene)
 QImage middle()
 {
     return screenshot().copy(440, 320, 400, 200);
+}
+
+/// Whether the logo on the start screen turns, within a while.
+bool logoTurns()
+{
+    const QImage before = middle();
+    return QTest::qWaitFor([&before] { return middle() != before; });
 }
 
 void drag(const QPoint &from, const QPoint &by)
@@ -78,7 +86,7 @@ void TestUsage::init()
 void TestUsage::startsWithTheSpinningLogo()
 {
     Viewer viewer({});
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
+    QVERIFY(Viewer::waitForWindow(startTitle));
     const auto spins = [] {
         const QImage before = middle();
         QTest::qWait(50);
@@ -86,9 +94,8 @@ void TestUsage::startsWithTheSpinningLogo()
     };
     QTRY_VERIFY(spins());
     QVERIFY(spins());
-    QCOMPARE(Viewer::size(Viewer::window(QStringLiteral("Quorvel"))), QSize(640, 480));
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(Viewer::size(Viewer::window(startTitle)), QSize(640, 480));
+    QCOMPARE(viewer.quit(), 0);
     QVERIFY(!viewer.process().readAllStandardError().contains("GL Error"));
 }
 
@@ -113,9 +120,8 @@ void TestUsage::everySampleOpens()
     QFETCH(QString, keyName);
     QFETCH(QString, scene);
     Viewer viewer({});
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
-    const QImage empty = middle();
-    QTRY_VERIFY(middle() != empty);
+    QVERIFY(Viewer::waitForWindow(startTitle));
+    QVERIFY(logoTurns());
     key(keyName);
     QTRY_VERIFY_WITH_TIMEOUT(isOpen(scene), startTimeout);
 
@@ -125,13 +131,11 @@ void TestUsage::everySampleOpens()
     QTRY_COMPARE(Viewer::size(windowOf(scene)), QSize(640, 480));
     const QRect frame = Viewer::geometry(windowOf(scene));
     const int thumbnail = QStringLiteral("asdfg").indexOf(keyName);
-    const QImage before = middle();
-    QTRY_VERIFY(middle() != before);
+    QVERIFY(logoTurns());
     point({"mousemove", QString::number(frame.left() + 64 + 128 * thumbnail),
            QString::number(frame.top() + 70), "click", "1"});
     QTRY_VERIFY_WITH_TIMEOUT(isOpen(scene), startTimeout);
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 void TestUsage::backAndForth()
@@ -148,8 +152,7 @@ void TestUsage::backAndForth()
     key(QStringLiteral("Escape"));
     QTRY_VERIFY(!Viewer::isFullScreen(windowOf(QStringLiteral("objects.DAE"))));
     QTRY_COMPARE(Viewer::size(windowOf(QStringLiteral("objects.DAE"))), QSize(640, 480));
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
     QVERIFY(!viewer.process().readAllStandardError().contains("GL Error"));
 }
 
@@ -157,14 +160,12 @@ void TestUsage::lateSceneReplacesTheStartScreen()
 {
     HeldFile held(QStringLiteral("held.dae"));
     Viewer viewer({held.path()});
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
-    const QImage before = middle();
-    QTRY_VERIFY(middle() != before);
-    QVERIFY(!Viewer::isFullScreen(Viewer::window(QStringLiteral("Quorvel"))));
+    QVERIFY(Viewer::waitForWindow(startTitle));
+    QVERIFY(logoTurns());
+    QVERIFY(!Viewer::isFullScreen(Viewer::window(startTitle)));
     held.deliver(room);
     QTRY_VERIFY_WITH_TIMEOUT(isOpen(QStringLiteral("held.dae")), startTimeout);
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 // Dialogs
@@ -172,9 +173,8 @@ void TestUsage::lateSceneReplacesTheStartScreen()
 void TestUsage::openDialogTypedInto()
 {
     Viewer viewer({});
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(QStringLiteral("Quorvel"))), startTimeout);
-    const QImage empty = middle();
-    QTRY_VERIFY(middle() != empty);
+    QVERIFY(Viewer::waitForWindow(startTitle));
+    QVERIFY(logoTurns());
     key(QStringLiteral("ctrl+o"));
     QTRY_VERIFY(Viewer::isActive(Viewer::window(QStringLiteral("Open"))));
     type(room);
@@ -198,8 +198,7 @@ void TestUsage::openDialogTypedInto()
     type(QStringLiteral("hall.dae"));
     key(QStringLiteral("Return"));
     QTRY_VERIFY_WITH_TIMEOUT(isOpen(QStringLiteral("hall.dae")), startTimeout);
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 void TestUsage::aboutDialogAndKeysAfterIt()
@@ -216,8 +215,7 @@ void TestUsage::aboutDialogAndKeysAfterIt()
     }
     key(QStringLiteral("b"));
     QTRY_VERIFY(!Viewer::isFullScreen(windowOf(QStringLiteral("room.dae"))));
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 void TestUsage::mnemonicTogglesOnce()
@@ -230,8 +228,7 @@ void TestUsage::mnemonicTogglesOnce()
     QVERIFY(!Viewer::isFullScreen(windowOf(QStringLiteral("room.dae"))));
     key(QStringLiteral("f"));
     QTRY_VERIFY(Viewer::isFullScreen(windowOf(QStringLiteral("room.dae"))));
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 // Camera
@@ -273,8 +270,7 @@ void TestUsage::zoomMoveAndRoll()
     QTRY_VERIFY(isNear(screenshot().pixelColor(640 - 60, 400 - 60), green));
     QVERIFY(isNear(screenshot().pixelColor(640 + 60, 400 - 60), yellow));
     QVERIFY(isNear(screenshot().pixelColor(640 - 60, 400 + 60), red));
-    key(QStringLiteral("q"));
-    QCOMPARE(viewer.exitCode(), 0);
+    QCOMPARE(viewer.quit(), 0);
 }
 
 // Window
@@ -282,36 +278,26 @@ void TestUsage::zoomMoveAndRoll()
 void TestUsage::closingStoresTheSize()
 {
     Viewer viewer({});
-    const QString title = QStringLiteral("Quorvel");
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
-    QTRY_COMPARE(Viewer::size(Viewer::window(title)), QSize(640, 480));
-    const QImage empty = middle();
-    QTRY_VERIFY(middle() != empty);
+    QVERIFY(Viewer::waitForWindow(startTitle));
+    QTRY_COMPARE(Viewer::size(Viewer::window(startTitle)), QSize(640, 480));
+    QVERIFY(logoTurns());
     ask(QStringLiteral("wmctrl"),
-        {"-i", "-r", QString::fromLatin1(Viewer::window(title)), "-e", "0,-1,-1,800,600"});
-    QTRY_COMPARE(Viewer::size(Viewer::window(title)), QSize(800, 600));
-    Viewer::close(Viewer::window(title));
+        {"-i", "-r", QString::fromLatin1(Viewer::window(startTitle)), "-e", "0,-1,-1,800,600"});
+    QTRY_COMPARE(Viewer::size(Viewer::window(startTitle)), QSize(800, 600));
+    Viewer::close(Viewer::window(startTitle));
     QCOMPARE(viewer.exitCode(), 0);
     const QSettings settings(QStringLiteral("Quorvel Project"), QStringLiteral("Quorvel"));
     QCOMPARE(settings.value(QStringLiteral("MainWindow/size")).toSize(), QSize(800, 600));
 
     Viewer next({});
-    QTRY_VERIFY_WITH_TIMEOUT(Viewer::isActive(Viewer::window(title)), startTimeout);
-    QTRY_COMPARE(Viewer::size(Viewer::window(title)), QSize(640, 480));
-    key(QStringLiteral("q"));
-    QCOMPARE(next.exitCode(), 0);
+    QVERIFY(Viewer::waitForWindow(startTitle));
+    QTRY_COMPARE(Viewer::size(Viewer::window(startTitle)), QSize(640, 480));
+    QCOMPARE(next.quit(), 0);
 }
 
 int main(int argc, char *argv[])
 {
-    const VirtualScreen screen;
-    if (!screen.isValid()) {
-        fprintf(stderr, "no virtual screen: %s\n", qPrintable(screen.errorString()));
-        return 1;
-    }
-    const QCoreApplication application(argc, argv);
-    TestUsage test;
-    return QTest::qExec(&test, argc, argv);
+    return runOnVirtualScreenAs<TestUsage, QCoreApplication>(argc, argv);
 }
 
 #include "tst_usage.moc"

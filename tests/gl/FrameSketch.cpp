@@ -26,8 +26,6 @@ QVector3D vector(const QColor &color)
 
 } // namespace
 
-const Quad FrameSketch::wall = {{-3, -2, -5}, {6, 0, 0}, {0, 4, 0}};
-
 FrameSketch::FrameSketch()
 {
     scene.camera({}, fieldOfView);
@@ -48,11 +46,26 @@ Light *FrameSketch::addLight(int type, const QVector3D &color, const QMatrix4x4 
     return scene.light(type, rgb(color), world);
 }
 
+Light *FrameSketch::addSpot(const QVector3D &color, const QMatrix4x4 &world, float hotspot, float falloff)
+{
+    Light *light = addLight(Light::SpotLight, color, world);
+    light->setHotspotBeam(hotspot);
+    light->setFalloff(falloff);
+    expected.lights.back().hotspot = double(hotspot);
+    expected.lights.back().falloff = double(falloff);
+    return light;
+}
+
 Node *FrameSketch::addQuad(const Quad &quad, Material *material, const QVector3D &ambientLight)
 {
-    expected.items.push_back(
-        {Reference::quad(quad.origin, quad.u, quad.v), surface(*material, ambientLight), false});
+    expect(quad, material, ambientLight);
     return scene.quadNode(quad, material);
+}
+
+void FrameSketch::addLitWall()
+{
+    addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
+    addQuad(wall, addMaterial({0.9f, 0.9f, 0.9f}));
 }
 
 Material *FrameSketch::addMaterial(const QVector3D &diffuse, const QVector3D &ambient)
@@ -63,6 +76,21 @@ Material *FrameSketch::addMaterial(const QVector3D &diffuse, const QVector3D &am
     material->setAmbient(rgb(ambient));
     material->setShininess(1);
     return material;
+}
+
+Material *FrameSketch::addGlossyMaterial(const QVector3D &diffuse, const QVector3D &specular, float shininess)
+{
+    Material *material = addMaterial(diffuse);
+    material->setSpecular(rgb(specular));
+    material->setShininess(shininess);
+    return material;
+}
+
+void FrameSketch::expect(const Quad &quad, const Material *material, const QVector3D &ambientLight,
+                         bool isBlended)
+{
+    expected.items.push_back(
+        {Reference::quad(quad.origin, quad.u, quad.v), surface(*material, ambientLight), isBlended});
 }
 
 QString FrameSketch::fault(const QImage &drawn) const
@@ -99,7 +127,7 @@ QImage drawFrame(OffscreenContext &context, ForwardPainter &painter, Scene &scen
 {
     PainterState state(&scene);
     state.setViewport(QRectF(QPointF(), QSizeF(FrameSketch::size)));
-    state.setAspect(float(FrameSketch::size.width()) / float(FrameSketch::size.height()));
+    state.setAspect(float(width) / float(height));
     if (set)
         set(state);
     state.update();

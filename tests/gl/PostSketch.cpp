@@ -13,15 +13,8 @@
 namespace Quorvel::Test
 {
 
-using PostReference::Image;
-using PostReference::read;
-using PostReference::surfaceTexel;
-
 namespace
 {
-
-constexpr int width = PostSketch::size.width();
-constexpr int height = PostSketch::size.height();
 
 const Image::Texel screenTexel = {51, 102, 153, 255};
 
@@ -69,6 +62,11 @@ void PostSketch::drawNormalDepth(const PainterState &state)
     normalDepthPass.draw(state, targets, source, source.frontFace());
 }
 
+void PostSketch::drawOcclusion(const PainterState &state, bool intoTexture)
+{
+    occlusionPass.draw(state, targets, randomNormals, intoTexture);
+}
+
 Image PostSketch::normalDepth(Scene &scene)
 {
     drawNormalDepth(state(scene));
@@ -79,7 +77,7 @@ Image PostSketch::blur(const Image &normalDepth, const Image &image, PostReferen
 {
     fill(targets.normalDepth(), normalDepth);
     fill(targets.occlusion(), image);
-    fill(targets.lighting(), Image(size, {255, 255, 255, 255}));
+    fill(targets.lighting(), Image(size, white));
     const TargetScope target(targets.blur());
     {
         const TextureScope textures;
@@ -154,6 +152,13 @@ void addCorner(SceneSketch &sketch, const QVector3D &origin)
     sketch.camera(translation(origin.x(), origin.y(), origin.z() + 9), 50);
     addQuad(sketch, {origin + QVector3D(-4, -3, 4), {4, 0, -4}, {0, 6, 0}});
     addQuad(sketch, {origin + QVector3D(0, -3, 0), {4, 0, 4}, {0, 6, 0}});
+}
+
+CornerSketch::CornerSketch() : state(nullptr)
+{
+    addCorner(scene);
+    state = PostSketch::state(scene.scene());
+    drawNormalDepth(state);
 }
 
 Image randomSurfaces()

@@ -31,6 +31,8 @@ struct PostSketch
     /// Camera, clip planes and visible items of the scene, as a frame begins.
     static PainterState state(Scene &scene);
     void drawNormalDepth(const PainterState &state);
+    /// Darkens the lit scene by what the normal-depth target holds, on the screen or into a texture.
+    void drawOcclusion(const PainterState &state, bool intoTexture = false);
     /// Fills the normal-depth target from the scene.
     PostReference::Image normalDepth(Scene &scene);
 
@@ -56,20 +58,39 @@ struct PostSketch
     PostReference::Image randomBytes;
 };
 
+using PostReference::Image;
+using PostReference::read;
+using PostReference::surfaceTexel;
+
+inline constexpr int width = PostSketch::size.width();
+inline constexpr int height = PostSketch::size.height();
+inline constexpr int middleX = width / 2;
+inline constexpr int middleY = height / 2;
+
+inline constexpr Image::Texel white = {255, 255, 255, 255};
+
 /// One quad of one material.
 Node *addQuad(SceneSketch &sketch, const Quad &quad, float transparency = 0,
               Winding winding = Winding::Clockwise);
 /// Two walls that meet at a right angle in a vertical edge in the middle of the picture, 9 away from the eye.
 void addCorner(SceneSketch &sketch, const QVector3D &origin = {0, 0, -8});
 
+/// The passes over a corner, whose normals and depths are drawn.
+struct CornerSketch : PostSketch
+{
+    CornerSketch();
+
+    SceneSketch scene;
+    PainterState state;
+};
+
 /// A normal-depth image in which neighbouring pixels lie on one surface as often as not.
-PostReference::Image randomSurfaces();
-PostReference::Image randomImage(unsigned int seed);
+Image randomSurfaces();
+Image randomImage(unsigned int seed);
 /// One texel on the left half of the picture, one on the right, which has the middle column.
-PostReference::Image halves(const PostReference::Image::Texel &left,
-                            const PostReference::Image::Texel &right);
+Image halves(const Image::Texel &left, const Image::Texel &right);
 /// Of the red channel.
-double smallest(const PostReference::Image &image);
+double smallest(const Image &image);
 
 bool isNear(double value, double expected, double tolerance);
 /// A differing pixel, for people.

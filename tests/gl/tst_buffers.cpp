@@ -1,5 +1,5 @@
 #include "Geometry.h"
-#include "GlLane.h"
+#include "GlTest.h"
 #include "GpuGeometry.h"
 #include "IndexBuffer.h"
 #include "Node.h"
@@ -19,12 +19,12 @@
 using namespace Quorvel;
 using namespace Quorvel::Test;
 
-class TestBuffers : public QObject
+class TestBuffers : public GlTest
 {
     Q_OBJECT
 
 public:
-    explicit TestBuffers(OffscreenContext &) {}
+    using GlTest::GlTest;
 
 private slots:
     void vertexUploadSizes();
@@ -38,7 +38,6 @@ private slots:
     void groupBuffersAreCumulative();
     void edgeBuffersNeedNeighbours();
     void releaseFreesAndBuildsAgain();
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
 };
 
 namespace

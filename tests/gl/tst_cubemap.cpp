@@ -1,6 +1,7 @@
 #include "CubeMap.h"
 #include "ForwardPainter.h"
 #include "GlFatalCase.h"
+#include "GlTest.h"
 #include "Light.h"
 #include "MessageCapture.h"
 #include "Node.h"
@@ -17,15 +18,14 @@ using namespace Quorvel;
 using namespace Quorvel::Test;
 
 /// The cube map's own behaviour, and what a point light's holds after it was drawn.
-class TestCubeMap : public QObject
+class TestCubeMap : public GlTest
 {
     Q_OBJECT
 
 public:
-    explicit TestCubeMap(OffscreenContext &) {}
+    using GlTest::GlTest;
 
 private slots:
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void facesAreDrawnIntoOneByOne();
     void leavesTheDefaultFramebufferBound();
     void ownsItsObjects();

@@ -1,7 +1,6 @@
 #include "ForwardPainter.h"
-#include "FrameSketch.h"
+#include "FrameTest.h"
 #include "Geometry.h"
-#include "GlLane.h"
 #include "Light.h"
 #include "Material.h"
 #include "Node.h"
@@ -18,24 +17,24 @@ using namespace Quorvel::Test;
 namespace
 {
 
-constexpr int width = FrameSketch::size.width();
-constexpr int height = FrameSketch::size.height();
-const Quad &wall = FrameSketch::wall;
+/// Two that face the eye beside each other, before the wall.
+const Quad leftPane = {{-2, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
+const Quad rightPane = {{0.5f, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
+/// Between them and as far away, but facing away from the eye.
+const Quad averted = {{1, -1, -4}, {-2, 0, 0}, {0, 2, 0}};
 
 } // namespace
 
 /// What a frame consists of, against an independent computation: view, transforms, order of drawing, faces,
 /// light map.
-class TestFrame : public QObject
+class TestFrame : public FrameTest
 {
     Q_OBJECT
 
 public:
-    explicit TestFrame(OffscreenContext &context) : m_context(context) {}
+    using FrameTest::FrameTest;
 
 private slots:
-    void init() { forgetPrograms(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void cameraPose();
     void fieldOfViewIsVertical();
     void nestedTransforms();
@@ -58,9 +57,6 @@ private slots:
     void viewportIsUsed();
     void framesRepeat();
     void releasedPainterDrawsAgain();
-
-private:
-    OffscreenContext &m_context;
 };
 
 void TestFrame::cameraPose()
@@ -73,17 +69,10 @@ void TestFrame::cameraPose()
     sketch.expected.right = Reference::Vector(0, 0, -1);
     sketch.expected.forward = Reference::Vector(-1, 0, 0);
     sketch.addLight(Light::PointLight, {1, 1, 0.5f}, translation(3, 2, -4));
-    Light *spot =
-        sketch.addLight(Light::SpotLight, {0, 0.3f, 1}, translation(4, 1, -6) * rotation(80, 0, 1, 0));
-    spot->setHotspotBeam(30);
-    spot->setFalloff(60);
-    sketch.expected.lights[1].hotspot = 30;
-    sketch.expected.lights[1].falloff = 60;
-    Material *material = sketch.addMaterial({0.6f, 0.7f, 0.8f});
-    material->setSpecular(QColor::fromRgbF(0.3, 0.3, 0.3));
-    material->setShininess(12);
+    sketch.addSpot({0, 0.3f, 1}, translation(4, 1, -6) * rotation(80, 0, 1, 0), 30, 60);
+    Material *material = sketch.addGlossyMaterial({0.6f, 0.7f, 0.8f}, {0.3f, 0.3f, 0.3f}, 12);
     sketch.addQuad({{0, -1, -3}, {0, 0, -4}, {0, 3, 0}}, material);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::fieldOfViewIsVertical()
@@ -126,13 +115,12 @@ void TestFrame::nestedTransforms()
     const QVector3D origin(c * -2 + s * 1.5f + 0.5f, -1, c * 1.5f - s * -2 - 5);
     const QVector3D u(c * 4 + s * -1.5f, 0, c * -1.5f - s * 4);
     sketch.expected.items.push_back({Reference::quad(origin, u, {0, 2, 0}), surface(*material), false});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::transparencyOrder()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *red = sketch.addMaterial({}, {1, 0, 0});
     red->setTransparency(0.5f);
     Material *green = sketch.addMaterial({}, {0, 1, 0});
@@ -144,19 +132,15 @@ void TestFrame::transparencyOrder()
     sketch.scene.quadNode(right, red);
     sketch.scene.quadNode(left, green);
     sketch.scene.quadNode(wall, white);
-    sketch.expected.items.push_back(
-        {Reference::quad(wall.origin, wall.u, wall.v), surface(*white, grey), false});
-    sketch.expected.items.push_back(
-        {Reference::quad(left.origin, left.u, left.v), surface(*green, grey), true});
-    sketch.expected.items.push_back(
-        {Reference::quad(right.origin, right.u, right.v), surface(*red, grey), true});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.expect(wall, white, unlit);
+    sketch.expect(left, green, unlit, true);
+    sketch.expect(right, red, unlit, true);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::transparentWritesNoDepth()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *glass = sketch.addMaterial({}, {0.5f, 0.5f, 1});
     glass->setTransparency(0.5f);
     // The nearer pane is drawn first; the farther one must still show through.
@@ -165,90 +149,60 @@ void TestFrame::transparentWritesNoDepth()
     sketch.scene.quadNode(farPane, glass);
     sketch.scene.quadNode(nearPane, glass);
     for (const Quad &pane : {nearPane, farPane})
-        sketch.expected.items.push_back(
-            {Reference::quad(pane.origin, pane.u, pane.v), surface(*glass, grey), true});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+        sketch.expect(pane, glass, unlit, true);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::fullyTransparentIsNotDrawn()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *nothing = sketch.addMaterial({}, {1, 1, 1});
     nothing->setTransparency(1.0f);
     Material *white = sketch.addMaterial({}, {1, 1, 1});
     sketch.scene.quadNode({{-1, -1, -4}, {2, 0, 0}, {0, 2, 0}}, nothing);
-    sketch.addQuad(wall, white, grey);
+    sketch.addQuad(wall, white, unlit);
     nothing->setAmbient(Qt::red);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::transparencyIsThatOfTheItem()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *solid = sketch.addMaterial({}, {1, 0, 0});
     Material *nothing = sketch.addMaterial({}, {0, 1, 0});
     nothing->setTransparency(1.0f);
     Material *white = sketch.addMaterial({}, {1, 1, 1});
     // One group of transparency 1 takes the solid one with it.
-    Geometry *geometry = sketch.scene.geometry();
-    sketch.scene.addQuad(geometry, "solid", {{-2, -1, -4}, {1, 0, 0}, {0, 2, 0}});
-    sketch.scene.addQuad(geometry, "nothing", {{1, -1, -4}, {1, 0, 0}, {0, 2, 0}});
-    Node *node = sketch.scene.node("both", {});
-    node->setModel(geometry);
-    node->bindMaterial("solid", solid);
-    node->bindMaterial("nothing", nothing);
-    sketch.addQuad(wall, white, grey);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.scene.groupsNode(
+        {{{{-2, -1, -4}, {1, 0, 0}, {0, 2, 0}}, solid}, {{{1, -1, -4}, {1, 0, 0}, {0, 2, 0}}, nothing}});
+    sketch.addQuad(wall, white, unlit);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::laterGroupDrawsEarlierOnesAgain()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *red = sketch.addMaterial({}, {1, 0, 0});
     Material *green = sketch.addMaterial({}, {0, 1, 0});
-    const Quad left = {{-2, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
-    const Quad right = {{0.5f, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
-    Geometry *geometry = sketch.scene.geometry();
-    sketch.scene.addQuad(geometry, "red", left);
-    sketch.scene.addQuad(geometry, "green", right);
-    Node *node = sketch.scene.node("both", {});
-    node->setModel(geometry);
-    node->bindMaterial("red", red);
-    node->bindMaterial("green", green);
+    sketch.scene.groupsNode({{leftPane, red}, {rightPane, green}});
     // The second group's buffer holds the first group's triangles too, but equal depths do not pass.
-    sketch.expected.items.push_back(
-        {Reference::quad(left.origin, left.u, left.v), surface(*red, grey), false});
-    sketch.expected.items.push_back(
-        {Reference::quad(right.origin, right.u, right.v), surface(*green, grey), false});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.expect(leftPane, red, unlit);
+    sketch.expect(rightPane, green, unlit);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::laterGroupBlendsEarlierOnesAgain()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *red = sketch.addMaterial({}, {1, 0, 0});
     red->setTransparency(0.5f);
     Material *green = sketch.addMaterial({}, {0, 1, 0});
     green->setTransparency(0.25f);
-    const Quad left = {{-2, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
-    const Quad right = {{0.5f, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
-    Geometry *geometry = sketch.scene.geometry();
-    sketch.scene.addQuad(geometry, "red", left);
-    sketch.scene.addQuad(geometry, "green", right);
-    Node *node = sketch.scene.node("both", {});
-    node->setModel(geometry);
-    node->bindMaterial("red", red);
-    node->bindMaterial("green", green);
-    const auto leftTriangles = Reference::quad(left.origin, left.u, left.v);
-    sketch.expected.items.push_back({leftTriangles, surface(*red, grey), true});
-    sketch.expected.items.push_back({leftTriangles, surface(*green, grey), true});
-    sketch.expected.items.push_back(
-        {Reference::quad(right.origin, right.u, right.v), surface(*green, grey), true});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.scene.groupsNode({{leftPane, red}, {rightPane, green}});
+    sketch.expect(leftPane, red, unlit, true);
+    sketch.expect(leftPane, green, unlit, true);
+    sketch.expect(rightPane, green, unlit, true);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::unboundMaterialIsGrey()
@@ -265,58 +219,47 @@ void TestFrame::unboundMaterialIsGrey()
 void TestFrame::backFacesAreCulled()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *white = sketch.addMaterial({}, {1, 1, 1});
     Material *red = sketch.addMaterial({}, {1, 0, 0});
-    sketch.addQuad(wall, white, grey);
-    // In front of the wall, but facing away.
-    sketch.scene.quadNode({{1, -1, -4}, {-2, 0, 0}, {0, 2, 0}}, red);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.addQuad(wall, white, unlit);
+    sketch.scene.quadNode(averted, red);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::withoutCullingBothSidesShow()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *white = sketch.addMaterial({}, {1, 1, 1});
     Material *red = sketch.addMaterial({}, {1, 0, 0});
-    sketch.addQuad(wall, white, grey);
-    sketch.addQuad({{1, -1, -4}, {-2, 0, 0}, {0, 2, 0}}, red, grey);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene(),
-                                    [](PainterState &state) { state.setBackfaceCulling(false); })),
-             QString());
+    sketch.addQuad(wall, white, unlit);
+    sketch.addQuad(averted, red, unlit);
+    QCOMPARE(fault(sketch, [](PainterState &state) { state.setBackfaceCulling(false); }), QString());
 }
 
 void TestFrame::oppositeWindingIsRecognised()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *white = sketch.addMaterial({}, {1, 1, 1});
     Material *red = sketch.addMaterial({}, {1, 0, 0});
     sketch.scene.quadNode(wall, white, {}, Winding::CounterClockwise);
-    sketch.scene.quadNode({{1, -1, -4}, {-2, 0, 0}, {0, 2, 0}}, red, {}, Winding::CounterClockwise);
-    sketch.expected.items.push_back(
-        {Reference::quad(wall.origin, wall.u, wall.v), surface(*white, grey), false});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.scene.quadNode(averted, red, {}, Winding::CounterClockwise);
+    sketch.expect(wall, white, unlit);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::mirroredNodeKeepsItsFaces()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *white = sketch.addMaterial({}, {1, 1, 1});
     Material *red = sketch.addMaterial({}, {1, 0, 0});
     QMatrix4x4 mirror;
     mirror.scale(-1, 1, 1);
     // Two that face the eye, one of them mirrored, and a mirrored one that faces away.
-    const Quad left = {{-2, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
-    const Quad right = {{0.5f, -1, -4}, {1.5f, 0, 0}, {0, 2, 0}};
-    sketch.addQuad(left, white, grey);
-    sketch.scene.quadNode(left, red, mirror);
+    sketch.addQuad(leftPane, white, unlit);
+    sketch.scene.quadNode(leftPane, red, mirror);
     sketch.scene.quadNode({{1, -0.5f, -3}, {-2, 0, 0}, {0, 1, 0}}, red, mirror);
-    sketch.expected.items.push_back(
-        {Reference::quad(right.origin, right.u, right.v), surface(*red, grey), false});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.expect(rightPane, red, unlit);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::lightMap_data()
@@ -348,7 +291,8 @@ void TestFrame::lightMap()
         const float scale =
             float(height) / 2.0f / std::tan(FrameSketch::fieldOfView / 2 * 3.14159265f / 180) / 5.0f;
         const QVector3D point = wall.origin + u * wall.u + v * wall.v;
-        return image.pixelColor(int(width / 2 + scale * point.x()), int(height / 2 - scale * point.y()));
+        return image.pixelColor(int(float(width) / 2.0f + scale * point.x()),
+                                int(float(height) / 2.0f - scale * point.y()));
     };
     sketch.scene.quadNode(wall, black);
     const QImage image = drawFrame(m_context, sketch.scene.scene(),
@@ -375,7 +319,7 @@ void TestFrame::brokenLightMapIsIgnored()
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
     QTest::ignoreMessage(QtWarningMsg,
                          QRegularExpression(QStringLiteral("^The light map \".*\" is not an image")));
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestFrame::outlinesChangePaperAndAmbient()
@@ -386,29 +330,25 @@ void TestFrame::outlinesChangePaperAndAmbient()
     Material *material = sketch.addMaterial({}, {1, 1, 0.5f});
     sketch.addQuad({{-1, -1, -5}, {2, 0, 0}, {0, 2, 0}}, material, {0.3f, 0.4f, 0.5f});
     // In low quality nothing is drawn over the lit scene.
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene(),
-                                    [](PainterState &state) {
-                                        state.setOutlines(true);
-                                        state.setLowQuality(true);
-                                    })),
+    QCOMPARE(fault(sketch,
+                   [](PainterState &state) {
+                       state.setOutlines(true);
+                       state.setLowQuality(true);
+                   }),
              QString());
 }
 
 void TestFrame::shadowsWithoutCastersDrawTheLitScene()
 {
     FrameSketch sketch;
-    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
-    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene(),
-                                    [](PainterState &state) { state.setCastShadows(true); })),
-             QString());
+    sketch.addLitWall();
+    QCOMPARE(fault(sketch, [](PainterState &state) { state.setCastShadows(true); }), QString());
 }
 
 void TestFrame::viewportIsUsed()
 {
     FrameSketch sketch;
-    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
-    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
+    sketch.addLitWall();
     ForwardPainter painter;
     const QImage full = drawFrame(m_context, painter, sketch.scene.scene());
     const QImage part = drawFrame(m_context, painter, sketch.scene.scene(),
@@ -439,8 +379,7 @@ void TestFrame::framesRepeat()
 void TestFrame::releasedPainterDrawsAgain()
 {
     FrameSketch sketch;
-    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
-    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
+    sketch.addLitWall();
     ForwardPainter painter;
     const QImage first = drawFrame(m_context, painter, sketch.scene.scene());
     painter.release();

@@ -1,8 +1,8 @@
 #include "ForwardPainter.h"
 #include "FrameSketch.h"
 #include "GlDebugLog.h"
-#include "GlLane.h"
 #include "GlObjectCount.h"
+#include "GlTest.h"
 #include "Light.h"
 #include "Material.h"
 #include "Node.h"
@@ -22,16 +22,15 @@ using namespace Quorvel;
 using namespace Quorvel::Test;
 
 /// Which passes a frame is made of, and that frames leave nothing behind.
-class TestFramePasses : public QObject
+class TestFramePasses : public GlTest
 {
     Q_OBJECT
 
 public:
-    explicit TestFramePasses(OffscreenContext &context) : m_context(context) {}
+    using GlTest::GlTest;
 
 private slots:
     void initTestCase();
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void faultsAreSeen();
     void everyCombination_data();
     void everyCombination();
@@ -47,9 +46,6 @@ private slots:
     void randomTexturesHoldWhatTheySay();
     void releasedPainterLeavesNothing();
     void manyFramesDoNotGrow();
-
-private:
-    OffscreenContext &m_context;
 };
 
 namespace

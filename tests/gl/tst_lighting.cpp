@@ -1,7 +1,6 @@
 #include "ForwardPainter.h"
-#include "FrameSketch.h"
+#include "FrameTest.h"
 #include "Geometry.h"
-#include "GlLane.h"
 #include "Light.h"
 #include "Material.h"
 #include "Node.h"
@@ -15,26 +14,15 @@
 using namespace Quorvel;
 using namespace Quorvel::Test;
 
-namespace
-{
-
-constexpr int width = FrameSketch::size.width();
-constexpr int height = FrameSketch::size.height();
-const Quad &wall = FrameSketch::wall;
-
-} // namespace
-
 /// Each kind of light and surface against an independent computation of what it must look like.
-class TestLighting : public QObject
+class TestLighting : public FrameTest
 {
     Q_OBJECT
 
 public:
-    explicit TestLighting(OffscreenContext &context) : m_context(context) {}
+    using FrameTest::FrameTest;
 
 private slots:
-    void init() { forgetPrograms(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void ambientOnly();
     void ambientLightsAdd();
     void noLights();
@@ -53,9 +41,6 @@ private slots:
     void lowQualityLightsPerVertex();
     void withoutAnyProgramOnlyTheBackgroundShows();
     void unlinkedProgramFallsBack();
-
-private:
-    OffscreenContext &m_context;
 };
 
 void TestLighting::ambientOnly()
@@ -64,7 +49,7 @@ void TestLighting::ambientOnly()
     sketch.scene.light(Light::AmbientLight, QColor::fromRgbF(0.5, 0.25, 1.0));
     Material *material = sketch.addMaterial({0.9f, 0.9f, 0.9f}, {0.8f, 0.6f, 0.4f});
     sketch.addQuad(wall, material, {0.5f, 0.25f, 1.0f});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::ambientLightsAdd()
@@ -74,7 +59,7 @@ void TestLighting::ambientLightsAdd()
     sketch.scene.light(Light::AmbientLight, QColor::fromRgbF(0.25, 0.25, 0.25));
     Material *material = sketch.addMaterial({}, {0.8f, 0.6f, 0.4f});
     sketch.addQuad(wall, material, {0.75f, 0.5f, 0.25f});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::noLights()
@@ -93,7 +78,7 @@ void TestLighting::directional()
     sketch.addLight(Light::DirectionalLight, {0.9f, 0.6f, 0.3f},
                     translation(100, 0, 0) * rotation(-40, 1, 0, 0) * rotation(25, 0, 1, 0));
     sketch.addQuad(wall, sketch.addMaterial({0.8f, 0.9f, 1.0f}));
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::directionalWithTarget()
@@ -104,26 +89,20 @@ void TestLighting::directionalWithTarget()
     sketch.scene.node("aim", translation(0, 0, -4));
     sketch.expected.lights[0].direction = Reference::Vector(-0.6, 0, -0.8);
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::point()
 {
     FrameSketch sketch;
-    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
-    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.addLitWall();
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::spotCone()
 {
     FrameSketch sketch;
-    Light *light =
-        sketch.addLight(Light::SpotLight, {1, 1, 1}, translation(0.4f, 0, 0) * rotation(5, 0, 1, 0));
-    light->setHotspotBeam(16);
-    light->setFalloff(30);
-    sketch.expected.lights[0].hotspot = 16;
-    sketch.expected.lights[0].falloff = 30;
+    sketch.addSpot({1, 1, 1}, translation(0.4f, 0, 0) * rotation(5, 0, 1, 0), 16, 30);
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
     const QImage image = drawFrame(m_context, sketch.scene.scene());
     QCOMPARE(sketch.fault(image), QString());
@@ -156,9 +135,7 @@ void TestLighting::specular()
 {
     FrameSketch sketch;
     sketch.addLight(Light::PointLight, {0.9f, 0.9f, 0.9f}, translation(1.5f, 1, -2));
-    Material *material = sketch.addMaterial({0.2f, 0.1f, 0.3f});
-    material->setSpecular(QColor::fromRgbF(0.8, 0.6, 0.2));
-    material->setShininess(25);
+    Material *material = sketch.addGlossyMaterial({0.2f, 0.1f, 0.3f}, {0.8f, 0.6f, 0.2f}, 25);
     material->setSpecularLevel(0.75f);
     sketch.addQuad(wall, material);
     const QImage image = drawFrame(m_context, sketch.scene.scene());
@@ -177,9 +154,7 @@ void TestLighting::interpolatedNormals()
 {
     FrameSketch sketch;
     sketch.addLight(Light::PointLight, {0.9f, 0.9f, 0.9f}, translation(0, 0, -2));
-    Material *material = sketch.addMaterial({0.7f, 0.7f, 0.7f});
-    material->setSpecular(QColor::fromRgbF(0.3, 0.3, 0.3));
-    material->setShininess(8);
+    Material *material = sketch.addGlossyMaterial({0.7f, 0.7f, 0.7f}, {0.3f, 0.3f, 0.3f}, 8);
     const QVector<QVector3D> normals = {
         {-0.6f, -0.4f, 1}, {0.6f, -0.4f, 1}, {0.6f, 0.4f, 1}, {-0.6f, 0.4f, 1}};
     Geometry *geometry = sketch.scene.geometry();
@@ -194,7 +169,7 @@ void TestLighting::interpolatedNormals()
             triangles[t].normals[c] = normals[corners[t][c]];
     }
     sketch.expected.items.push_back({triangles, surface(*material), false});
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::threeLights()
@@ -202,16 +177,10 @@ void TestLighting::threeLights()
     FrameSketch sketch;
     sketch.addLight(Light::PointLight, {0.9f, 0.1f, 0.1f}, translation(-2, 0, -4));
     sketch.addLight(Light::DirectionalLight, {0, 0.5f, 0}, rotation(-30, 0, 1, 0));
-    Light *spot = sketch.addLight(Light::SpotLight, {0, 0.1f, 0.8f}, translation(1.5f, 0, 0));
-    spot->setHotspotBeam(10);
-    spot->setFalloff(40);
-    sketch.expected.lights[2].hotspot = 10;
-    sketch.expected.lights[2].falloff = 40;
-    Material *material = sketch.addMaterial({0.8f, 0.8f, 0.8f});
-    material->setSpecular(QColor::fromRgbF(0.2, 0.2, 0.2));
-    material->setShininess(10);
+    sketch.addSpot({0, 0.1f, 0.8f}, translation(1.5f, 0, 0), 10, 40);
+    Material *material = sketch.addGlossyMaterial({0.8f, 0.8f, 0.8f}, {0.2f, 0.2f, 0.2f}, 10);
     sketch.addQuad(wall, material);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::moreThanThreeLights()
@@ -224,7 +193,7 @@ void TestLighting::moreThanThreeLights()
     sketch.scene.light(Light::PointLight, Qt::white, translation(0, 1, -3));
     sketch.scene.light(Light::DirectionalLight, Qt::white);
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::multiplierIsNotUsed()
@@ -232,7 +201,7 @@ void TestLighting::multiplierIsNotUsed()
     FrameSketch sketch;
     sketch.addLight(Light::DirectionalLight, {0.3f, 0.3f, 0.3f})->setMultiplier(3);
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::directionalKeepsTheSlotsSpotFlag()
@@ -248,14 +217,14 @@ void TestLighting::directionalKeepsTheSlotsSpotFlag()
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
 
     // In a program that has seen no spot light, a directional light is what it is.
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
     drawFrame(m_context, spotScene.scene.scene());
     // From then on its cone is the other light's, which shines along -z: 20 degrees off lies between 10
     // and 30.
     const double pi = std::acos(-1.0);
     const double factor = (std::cos(pi / 9) - std::cos(pi / 6)) / (std::cos(pi / 18) - std::cos(pi / 6));
     sketch.expected.lights[0].color = Reference::Vector(factor, factor, factor);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::farFromTheOrigin()
@@ -263,16 +232,10 @@ void TestLighting::farFromTheOrigin()
     // View positions of 1,500 units: half-precision floats would overflow when they are squared.
     FrameSketch sketch;
     const Quad farWall = {wall.origin * 300, wall.u * 300, wall.v * 300};
-    Light *light = sketch.addLight(Light::SpotLight, {1, 1, 1}, translation(100, 0, 0));
-    light->setHotspotBeam(16);
-    light->setFalloff(30);
-    sketch.expected.lights[0].hotspot = 16;
-    sketch.expected.lights[0].falloff = 30;
-    Material *material = sketch.addMaterial({0.8f, 0.8f, 0.8f});
-    material->setSpecular(QColor::fromRgbF(0.2, 0.2, 0.2));
-    material->setShininess(30);
+    sketch.addSpot({1, 1, 1}, translation(100, 0, 0), 16, 30);
+    Material *material = sketch.addGlossyMaterial({0.8f, 0.8f, 0.8f}, {0.2f, 0.2f, 0.2f}, 30);
     sketch.addQuad(farWall, material);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestLighting::lowQualityLightsPerVertex()
@@ -280,15 +243,9 @@ void TestLighting::lowQualityLightsPerVertex()
     FrameSketch sketch;
     sketch.expected.perVertex = true;
     sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
-    Light *spot = sketch.addLight(Light::SpotLight, {0, 0.5f, 1}, translation(-2, 0, 0));
-    spot->setHotspotBeam(20);
-    spot->setFalloff(120);
-    sketch.expected.lights[1].hotspot = 20;
-    sketch.expected.lights[1].falloff = 120;
+    sketch.addSpot({0, 0.5f, 1}, translation(-2, 0, 0), 20, 120);
     sketch.addLight(Light::DirectionalLight, {0.2f, 0.2f, 0.2f}, rotation(30, 1, 0, 0));
-    Material *material = sketch.addMaterial({0.9f, 0.9f, 0.9f});
-    material->setSpecular(QColor::fromRgbF(0.3, 0.3, 0.3));
-    material->setShininess(3);
+    Material *material = sketch.addGlossyMaterial({0.9f, 0.9f, 0.9f}, {0.3f, 0.3f, 0.3f}, 3);
     // The reference splits a quad along the same diagonal as the scene does.
     sketch.addQuad(wall, material);
     const QImage low =
@@ -300,8 +257,7 @@ void TestLighting::lowQualityLightsPerVertex()
 void TestLighting::withoutAnyProgramOnlyTheBackgroundShows()
 {
     FrameSketch sketch;
-    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
-    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
+    sketch.addLitWall();
     ForwardPainter painter;
     ShadingPrograms::ofCurrentContext().program(Shading::SinglePassPhong) = ShaderProgram();
     ShadingPrograms::ofCurrentContext().program(Shading::PerVertexPhong) = ShaderProgram();
@@ -319,8 +275,7 @@ void TestLighting::unlinkedProgramFallsBack()
 {
     FrameSketch sketch;
     sketch.expected.perVertex = true;
-    sketch.addLight(Light::PointLight, {1, 0.8f, 0.5f}, translation(1.5f, 0.5f, -3.5f));
-    sketch.addQuad(wall, sketch.addMaterial({0.9f, 0.9f, 0.9f}));
+    sketch.addLitWall();
     ForwardPainter painter;
     ShadingPrograms::ofCurrentContext().program(Shading::SinglePassPhong) = ShaderProgram();
     QCOMPARE(sketch.fault(drawFrame(m_context, painter, sketch.scene.scene())), QString());

@@ -1,6 +1,5 @@
 #include "ForwardPainter.h"
-#include "FrameSketch.h"
-#include "GlLane.h"
+#include "FrameTest.h"
 #include "Gles2.h"
 #include "Light.h"
 #include "Material.h"
@@ -15,10 +14,6 @@ using namespace Quorvel::Test;
 
 namespace
 {
-
-constexpr int width = FrameSketch::size.width();
-constexpr int height = FrameSketch::size.height();
-const Quad &wall = FrameSketch::wall;
 
 /// A scene file's place in a folder of its own, with room for a light map beside it.
 struct ScenePlace
@@ -68,9 +63,6 @@ QImage twoColorMap()
     return map;
 }
 
-/// Turned by 180 degrees in front of the wall: its right half on the screen holds the map's left one.
-const Quad turnedPane = {{1.5f, 0.6f, -4}, {-3, 0, 0}, {0, -1.2f, 0}};
-
 /// Leaves GL_INVALID_ENUM pending.
 void leaveErrorPending()
 {
@@ -105,16 +97,14 @@ int framebufferCount()
 } // namespace
 
 /// A light map that cannot be used, what is logged about it, and what a usable one goes together with.
-class TestLightMap : public QObject
+class TestLightMap : public FrameTest
 {
     Q_OBJECT
 
 public:
-    explicit TestLightMap(OffscreenContext &context) : m_context(context) {}
+    using FrameTest::FrameTest;
 
 private slots:
-    void init() { forgetPrograms(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void oversizedMapIsReported();
     void unreadableMapWarnsOnce();
     void unreadableMapReportsNoForeignError();
@@ -129,8 +119,9 @@ private slots:
 private:
     /// Prepares, paints, and paints twice more with another viewport between.
     QStringList linesOfFrames(ForwardPainter &painter, Scene &scene);
-
-    OffscreenContext &m_context;
+    /// The wall in the map of two colours, with a pane in front of it that is turned by 180 degrees: its
+    /// right half on the screen holds the map's left one. Null if the map cannot be saved.
+    QImage drawnWithPane(float transparency);
 };
 
 QStringList TestLightMap::linesOfFrames(ForwardPainter &painter, Scene &scene)
@@ -144,6 +135,18 @@ QStringList TestLightMap::linesOfFrames(ForwardPainter &painter, Scene &scene)
     state.setViewport(QRectF(QPointF(), QSizeF(FrameSketch::size)));
     painter.paint(state);
     return MessageCapture::lines();
+}
+
+QImage TestLightMap::drawnWithPane(float transparency)
+{
+    const ScenePlace place;
+    if (!place.save(twoColorMap()))
+        return {};
+    LitWall room(place);
+    Material *glass = room.sketch.addMaterial({0, 1, 0});
+    glass->setTransparency(transparency);
+    room.sketch.scene.quadNode({{1.5f, 0.6f, -4}, {-3, 0, 0}, {0, -1.2f, 0}}, glass);
+    return drawFrame(m_context, room.sketch.scene.scene());
 }
 
 void TestLightMap::oversizedMapIsReported()
@@ -264,13 +267,7 @@ void TestLightMap::transparentItemsBlendByTheMap_data()
 void TestLightMap::transparentItemsBlendByTheMap()
 {
     QFETCH(float, transparency);
-    const ScenePlace place;
-    QVERIFY(place.save(twoColorMap()));
-    LitWall room(place);
-    Material *glass = room.sketch.addMaterial({0, 1, 0});
-    glass->setTransparency(transparency);
-    room.sketch.scene.quadNode(turnedPane, glass);
-    const QImage drawn = drawFrame(m_context, room.sketch.scene.scene());
+    const QImage drawn = drawnWithPane(transparency);
     // The wall is not blended: red as it stands, though its alpha is 102.
     QCOMPARE(drawn.pixelColor(width / 2 - 30, 20), QColor(0, 0, 255));
     QCOMPARE(drawn.pixelColor(width / 2 + 30, 20), QColor(255, 0, 0));
@@ -290,13 +287,7 @@ void TestLightMap::hiddenItemsAreNotDrawn()
 {
     QFETCH(float, transparency);
     // Lit by lights, such an item would have no opacity anyway; in the map's colours it would show.
-    const ScenePlace place;
-    QVERIFY(place.save(twoColorMap()));
-    LitWall room(place);
-    Material *nothing = room.sketch.addMaterial({0, 1, 0});
-    nothing->setTransparency(transparency);
-    room.sketch.scene.quadNode(turnedPane, nothing);
-    const QImage drawn = drawFrame(m_context, room.sketch.scene.scene());
+    const QImage drawn = drawnWithPane(transparency);
     QCOMPARE(drawn.pixelColor(width / 2 - 25, height / 2), QColor(0, 0, 255));
     QCOMPARE(drawn.pixelColor(width / 2 + 25, height / 2), QColor(255, 0, 0));
 }

@@ -1,4 +1,4 @@
-#include "GlLane.h"
+#include "GlTest.h"
 #include "MessageCapture.h"
 #include "Node.h"
 #include "PostSketch.h"
@@ -7,30 +7,16 @@
 
 using namespace Quorvel;
 using namespace Quorvel::Test;
-using PostReference::Image;
-using PostReference::read;
-
-namespace
-{
-
-constexpr int width = PostSketch::size.width();
-constexpr int height = PostSketch::size.height();
-constexpr int middleX = width / 2;
-constexpr int middleY = height / 2;
-
-} // namespace
 
 /// The off-screen images, and what the normal-depth pass writes, against values worked out by hand.
-class TestNormalDepth : public QObject
+class TestNormalDepth : public GlTest
 {
     Q_OBJECT
 
 public:
-    explicit TestNormalDepth(OffscreenContext &context) : m_context(context) {}
+    using GlTest::GlTest;
 
 private slots:
-    void init() { m_context.makeCurrent(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void targetsAreMadeOnceForASize();
     void programsAreBuiltOnce();
     void facingWall();
@@ -43,9 +29,6 @@ private slots:
     void backFacesLeaveNothing();
     void bothWindingsShowTheirFronts_data();
     void bothWindingsShowTheirFronts();
-
-private:
-    OffscreenContext &m_context;
 };
 
 void TestNormalDepth::targetsAreMadeOnceForASize()

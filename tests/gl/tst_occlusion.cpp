@@ -1,4 +1,4 @@
-#include "GlLane.h"
+#include "GlTest.h"
 #include "Node.h"
 #include "PostSketch.h"
 
@@ -7,19 +7,9 @@
 using namespace Quorvel;
 using namespace Quorvel::Test;
 using PostReference::Axis;
-using PostReference::Image;
-using PostReference::read;
-using PostReference::surfaceTexel;
 
 namespace
 {
-
-constexpr int width = PostSketch::size.width();
-constexpr int height = PostSketch::size.height();
-constexpr int middleX = width / 2;
-constexpr int middleY = height / 2;
-
-constexpr Image::Texel white = {255, 255, 255, 255};
 
 /// Of a column's middle half, so that the picture's borders have no part in it.
 double columnMean(const Image &image, int x)
@@ -34,16 +24,14 @@ double columnMean(const Image &image, int x)
 } // namespace
 
 /// Ambient occlusion and its blur, against what they are meant to show and an independent computation.
-class TestOcclusion : public QObject
+class TestOcclusion : public GlTest
 {
     Q_OBJECT
 
 public:
-    explicit TestOcclusion(OffscreenContext &context) : m_context(context) {}
+    using GlTest::GlTest;
 
 private slots:
-    void init() { m_context.makeCurrent(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void occlusionAgrees_data();
     void occlusionAgrees();
     void planeIsUnoccluded_data();
@@ -61,14 +49,12 @@ private slots:
 
 private:
     void compareOcclusion(PostSketch &sketch, const PainterState &state, int leastOccluded);
-
-    OffscreenContext &m_context;
 };
 
 void TestOcclusion::compareOcclusion(PostSketch &sketch, const PainterState &state, int leastOccluded)
 {
     fill(sketch.targets.lighting(), Image(PostSketch::size, white));
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, false);
+    sketch.drawOcclusion(state);
     const Image normalDepth = read(sketch.targets.normalDepth());
     const Image occlusion = read(sketch.targets.occlusion());
     const QMatrix4x4 viewToClip = state.viewToClip();
@@ -140,19 +126,15 @@ void TestOcclusion::planeIsUnoccluded()
     PostSketch sketch;
     const PainterState state = PostSketch::state(scene.scene());
     sketch.drawNormalDepth(state);
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, false);
+    sketch.drawOcclusion(state);
     const Image occlusion = read(sketch.targets.occlusion());
     QVERIFY2(smallest(occlusion) >= least, qPrintable(QString::number(smallest(occlusion))));
 }
 
 void TestOcclusion::cornerIsDarkAndFallsOff()
 {
-    SceneSketch scene;
-    addCorner(scene);
-    PostSketch sketch;
-    const PainterState state = PostSketch::state(scene.scene());
-    sketch.drawNormalDepth(state);
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, false);
+    CornerSketch sketch;
+    sketch.drawOcclusion(sketch.state);
     const Image occlusion = read(sketch.targets.occlusion());
     const Image vertical = read(sketch.targets.blur());
     for (const int side : {-1, 1}) {
@@ -176,7 +158,7 @@ void TestOcclusion::nearOriginWidensTheSamples()
         addCorner(scene, edge);
         const PainterState state = PostSketch::state(scene.scene());
         sketch.drawNormalDepth(state);
-        sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, false);
+        sketch.drawOcclusion(state);
         const Image occlusion = read(sketch.targets.occlusion());
         int count = 0;
         for (int x = 0; x < width; ++x)
@@ -193,10 +175,7 @@ void TestOcclusion::nearOriginWidensTheSamples()
 
 void TestOcclusion::backgroundOccludesNothing()
 {
-    SceneSketch scene;
-    addCorner(scene);
-    PostSketch sketch;
-    const PainterState state = PostSketch::state(scene.scene());
+    CornerSketch sketch;
     // A farthest surface with background all around it and in between: depths differ by less than the
     // fall-off.
     Image image(PostSketch::size);
@@ -205,7 +184,7 @@ void TestOcclusion::backgroundOccludesNothing()
             image.texel(x, y) = surfaceTexel({0.3f, 0, 1}, 0.016);
     }
     fill(sketch.targets.normalDepth(), image);
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, false);
+    sketch.drawOcclusion(sketch.state);
     const Image occlusion = read(sketch.targets.occlusion());
     QCOMPARE(smallest(occlusion), 1.0);
 }
@@ -296,14 +275,10 @@ void TestOcclusion::centreCountsTwice()
 
 void TestOcclusion::occlusionTimesLighting()
 {
-    SceneSketch scene;
-    addCorner(scene);
-    PostSketch sketch;
-    const PainterState state = PostSketch::state(scene.scene());
-    sketch.drawNormalDepth(state);
+    CornerSketch sketch;
     const Image lighting = randomImage(5);
     fill(sketch.targets.lighting(), lighting);
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, false);
+    sketch.drawOcclusion(sketch.state);
     QVERIFY(PostSketch::isScreenUntouchedOutside());
 
     const Image normalDepth = read(sketch.targets.normalDepth());
@@ -328,18 +303,14 @@ void TestOcclusion::occlusionTimesLighting()
 
 void TestOcclusion::occlusionIntoTexture()
 {
-    SceneSketch scene;
-    addCorner(scene);
-    PostSketch sketch;
-    const PainterState state = PostSketch::state(scene.scene());
-    sketch.drawNormalDepth(state);
+    CornerSketch sketch;
     fill(sketch.targets.lighting(), randomImage(5));
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, false);
+    sketch.drawOcclusion(sketch.state);
     const Image onScreen = sketch.picture();
 
     PostSketch::clearScreen();
     const Image untouched = sketch.picture();
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, true);
+    sketch.drawOcclusion(sketch.state, true);
     QCOMPARE(sketch.picture().texels, untouched.texels);
     const Image inTexture = read(sketch.targets.occlusion());
     for (int y = 0; y < height; ++y) {

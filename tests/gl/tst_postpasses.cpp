@@ -1,4 +1,4 @@
-#include "GlLane.h"
+#include "GlTest.h"
 #include "PostSketch.h"
 
 #include <QtTest>
@@ -7,33 +7,16 @@
 
 using namespace Quorvel;
 using namespace Quorvel::Test;
-using PostReference::Image;
-using PostReference::read;
-using PostReference::surfaceTexel;
-
-namespace
-{
-
-constexpr int width = PostSketch::size.width();
-constexpr int height = PostSketch::size.height();
-constexpr int middleX = width / 2;
-constexpr int middleY = height / 2;
-
-constexpr Image::Texel white = {255, 255, 255, 255};
-
-} // namespace
 
 /// Outlines, against what they are meant to show and an independent computation, and the passes together.
-class TestPostPasses : public QObject
+class TestPostPasses : public GlTest
 {
     Q_OBJECT
 
 public:
-    explicit TestPostPasses(OffscreenContext &context) : m_context(context) {}
+    using GlTest::GlTest;
 
 private slots:
-    void init() { m_context.makeCurrent(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void outlinesAgree();
     void outlineOnADepthStep();
     void outlineOnABend();
@@ -41,9 +24,6 @@ private slots:
     void noOutlineBetweenBackgroundPixels();
     void outlinesOverOcclusion();
     void passesLeaveNoStateBehind();
-
-private:
-    OffscreenContext &m_context;
 };
 
 void TestPostPasses::outlinesAgree()
@@ -148,16 +128,12 @@ void TestPostPasses::noOutlineBetweenBackgroundPixels()
 
 void TestPostPasses::outlinesOverOcclusion()
 {
-    SceneSketch scene;
-    addCorner(scene);
-    PostSketch sketch;
-    const PainterState state = PostSketch::state(scene.scene());
-    sketch.drawNormalDepth(state);
+    CornerSketch sketch;
     const Image surfaces = read(sketch.targets.normalDepth());
     fill(sketch.targets.lighting(), Image(PostSketch::size, {230, 200, 160, 255}));
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, true);
+    sketch.drawOcclusion(sketch.state, true);
     const Image darkened = read(sketch.targets.occlusion());
-    sketch.outlinePass.draw(state, sketch.targets, sketch.targets.occlusion());
+    sketch.outlinePass.draw(sketch.state, sketch.targets, sketch.targets.occlusion());
     QVERIFY(PostSketch::isScreenUntouchedOutside());
     const Image picture = sketch.picture();
     int outlined = 0;
@@ -180,13 +156,9 @@ void TestPostPasses::outlinesOverOcclusion()
 
 void TestPostPasses::passesLeaveNoStateBehind()
 {
-    SceneSketch scene;
-    addCorner(scene);
-    PostSketch sketch;
-    const PainterState state = PostSketch::state(scene.scene());
-    sketch.drawNormalDepth(state);
-    sketch.occlusionPass.draw(state, sketch.targets, sketch.randomNormals, true);
-    sketch.outlinePass.draw(state, sketch.targets, sketch.targets.occlusion());
+    CornerSketch sketch;
+    sketch.drawOcclusion(sketch.state, true);
+    sketch.outlinePass.draw(sketch.state, sketch.targets, sketch.targets.occlusion());
 
     const auto number = [](GLenum name) {
         GLint value = -1;

@@ -1,5 +1,5 @@
 #include "ForwardPainter.h"
-#include "GlLane.h"
+#include "GlTest.h"
 #include "Material.h"
 #include "MessageCapture.h"
 #include "PainterState.h"
@@ -14,12 +14,12 @@
 using namespace Quorvel;
 using namespace Quorvel::Test;
 
-class TestPrograms : public QObject
+class TestPrograms : public GlTest
 {
     Q_OBJECT
 
 public:
-    explicit TestPrograms(OffscreenContext &context) : m_context(context) {}
+    using GlTest::GlTest;
 
 private slots:
     void allLink_data() { addPrograms(); }
@@ -32,12 +32,9 @@ private slots:
     void eachIsBuiltOnce();
     void laterPaintersShareThem();
     void anotherContextHasItsOwn();
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
 
 private:
     static void addPrograms();
-
-    OffscreenContext &m_context;
 };
 
 namespace

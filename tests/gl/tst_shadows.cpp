@@ -1,6 +1,6 @@
 #include "CubeMap.h"
 #include "ForwardPainter.h"
-#include "FrameSketch.h"
+#include "FrameTest.h"
 #include "Geometry.h"
 #include "GlFatalCase.h"
 #include "Light.h"
@@ -19,16 +19,14 @@ using namespace Quorvel::Test;
 
 /// Shadows of spot and directional lights: the pictures against rays traced to the lights, the maps against
 /// distances worked out by hand.
-class TestShadows : public QObject
+class TestShadows : public FrameTest
 {
     Q_OBJECT
 
 public:
-    explicit TestShadows(OffscreenContext &context) : m_context(context) {}
+    using FrameTest::FrameTest;
 
 private slots:
-    void init() { forgetPrograms(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void spotShadowIsWhereRaysAreBlocked_data();
     void spotShadowIsWhereRaysAreBlocked();
     void shadowTakesDiffuseAndSpecularOnly();
@@ -49,17 +47,10 @@ private slots:
     void lightMapTakesTheirPlace();
     void lightsThatCannotHaveAMapAreFatal_data();
     void lightsThatCannotHaveAMapAreFatal();
-
-private:
-    OffscreenContext &m_context;
 };
 
 namespace
 {
-
-constexpr int width = FrameSketch::size.width();
-constexpr int height = FrameSketch::size.height();
-const Quad &wall = FrameSketch::wall;
 
 void withShadows(PainterState &state)
 {
@@ -183,7 +174,7 @@ void TestShadows::shadowTakesDiffuseAndSpecularOnly()
 
     // The same frame with the shadows off lights the same places.
     sketch.expected.lights[0].castsShadows = false;
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestShadows::eachLightHasItsOwnMap()

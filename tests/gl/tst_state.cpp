@@ -1,6 +1,5 @@
 #include "ForwardPainter.h"
-#include "FrameSketch.h"
-#include "GlLane.h"
+#include "FrameTest.h"
 #include "Gles2.h"
 #include "Light.h"
 #include "Material.h"
@@ -55,7 +54,7 @@ struct Room
         Material *stone = sketch.addMaterial({0.8f, 0.7f, 0.6f});
         Material *glass = sketch.addMaterial({0.2f, 0.5f, 0.9f});
         glass->setTransparency(0.5f);
-        sketch.scene.quadNode(FrameSketch::wall, stone);
+        sketch.scene.quadNode(wall, stone);
         sketch.scene.quadNode({{-1, -0.6f, -3}, {0.8f, 0, 0}, {0, 0.8f, 0}}, stone);
         sketch.scene.quadNode({{0.2f, -0.8f, -2.5f}, {0.5f, 0, 0.2f}, {0, 0.7f, 0}}, glass);
     }
@@ -109,16 +108,14 @@ QStringList leftovers()
 } // namespace
 
 /// The GL state that a frame leaves, whether preparation changes it, and where transparency begins and ends.
-class TestState : public QObject
+class TestState : public FrameTest
 {
     Q_OBJECT
 
 public:
-    explicit TestState(OffscreenContext &context) : m_context(context) {}
+    using FrameTest::FrameTest;
 
 private slots:
-    void init() { forgetPrograms(); }
-    void cleanup() { QCOMPARE(glErrors(), QStringList()); }
     void leftoversAreSeen();
     void frameLeavesNoState_data() { addFlagRows(); }
     void frameLeavesNoState();
@@ -127,9 +124,6 @@ private slots:
     void beyondFullyTransparentIsNotDrawn();
     void hardlyTransparentWritesNoDepth_data();
     void hardlyTransparentWritesNoDepth();
-
-private:
-    OffscreenContext &m_context;
 };
 
 void TestState::leftoversAreSeen()
@@ -199,12 +193,11 @@ void TestState::preparationChangesNoPixel()
 void TestState::beyondFullyTransparentIsNotDrawn()
 {
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *nothing = sketch.addMaterial({}, {1, 0, 0});
     nothing->setTransparency(1.5f);
     sketch.scene.quadNode({{-1, -1, -4}, {2, 0, 0}, {0, 2, 0}}, nothing);
-    sketch.addQuad(FrameSketch::wall, sketch.addMaterial({}, {1, 1, 1}), grey);
-    QCOMPARE(sketch.fault(drawFrame(m_context, sketch.scene.scene())), QString());
+    sketch.addQuad(wall, sketch.addMaterial({}, {1, 1, 1}), unlit);
+    QCOMPARE(fault(sketch), QString());
 }
 
 void TestState::hardlyTransparentWritesNoDepth_data()
@@ -221,7 +214,6 @@ void TestState::hardlyTransparentWritesNoDepth()
     QFETCH(float, transparency);
     QFETCH(bool, isTransparent);
     FrameSketch sketch;
-    const QVector3D grey(0.4f, 0.4f, 0.4f);
     Material *green = sketch.addMaterial({}, {0, 1, 0});
     Material *red = sketch.addMaterial({}, {1, 0, 0});
     for (Material *material : {green, red})
@@ -231,10 +223,8 @@ void TestState::hardlyTransparentWritesNoDepth()
     sketch.scene.quadNode(farPane, green);
     sketch.scene.quadNode(nearPane, red);
     // Transparent items go from the last to the first and write no depth: the far pane hides the near one.
-    sketch.expected.items.push_back(
-        {Reference::quad(nearPane.origin, nearPane.u, nearPane.v), surface(*red, grey), isTransparent});
-    sketch.expected.items.push_back(
-        {Reference::quad(farPane.origin, farPane.u, farPane.v), surface(*green, grey), isTransparent});
+    sketch.expect(nearPane, red, unlit, isTransparent);
+    sketch.expect(farPane, green, unlit, isTransparent);
     const QImage drawn = drawFrame(m_context, sketch.scene.scene());
     QCOMPARE(sketch.fault(drawn), QString());
     QCOMPARE(drawn.pixelColor(80, 60).green() > drawn.pixelColor(80, 60).red(), isTransparent);

@@ -189,7 +189,7 @@ private:
         *position += 4;
         if (size == 0xffffffff)
             return QByteArray();
-        const QByteArray field = bytes.mid(*position, int(size));
+        QByteArray field = bytes.mid(*position, int(size));
         *position += int(size);
         return field;
     }

@@ -39,7 +39,7 @@ public:
         timer.start();
         while (timer.elapsed() < Patience) {
             while (m_process.canReadLine()) {
-                const QJsonObject event = QJsonDocument::fromJson(m_process.readLine()).object();
+                QJsonObject event = QJsonDocument::fromJson(m_process.readLine()).object();
                 if (event.value(QStringLiteral("event")).toString() == name)
                     return event;
             }

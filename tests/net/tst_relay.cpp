@@ -1,32 +1,9 @@
-#include "PlainPeer.h"
-#include "RelayProcess.h"
+#include "RelaySession.h"
 
 #include <QtTest>
 
 #include <memory>
 #include <vector>
-
-namespace
-{
-
-const QString SessionNumber = QStringLiteral("11111");
-
-/// Admits a further peer: `host` answers the question that the join raises.
-bool joinThrough(PlainPeer *host, PlainPeer *newcomer, const QString &name)
-{
-    if (!newcomer->write(PlainPeer::joinRequest(name, SessionNumber)))
-        return false;
-    const PlainPeer::Message question = host->read();
-    return question.kind == 3 && host->write(PlainPeer::frame(4, question.clientId, question.userName, {})) &&
-           newcomer->read().kind == 1;
-}
-
-QByteArray scene(int size, char fill)
-{
-    return PlainPeer::frame(6, QStringLiteral("1"), QStringLiteral("Ada"), QByteArray(size, fill));
-}
-
-} // namespace
 
 /// Who is let in, and who gets what.
 class TestRelay : public QObject
@@ -102,40 +79,34 @@ void TestRelay::namesAreMadePresentable()
 
 void TestRelay::firstAcceptAdmits()
 {
-    RelayProcess relay;
-    PlainPeer first(relay.port());
-    PlainPeer second(relay.port());
-    PlainPeer third(relay.port());
-    QCOMPARE(first.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&first, &second, "Ben"));
+    RelaySession session;
+    QVERIFY(session.begin());
+    PlainPeer third(session.relay.port());
     QVERIFY(third.write(PlainPeer::joinRequest("Cleo", SessionNumber)));
-    QCOMPARE(first.read().clientId, QStringLiteral("3"));
-    QCOMPARE(second.read().clientId, QStringLiteral("3"));
-    QVERIFY(first.write(PlainPeer::frame(5, "3", "Cleo", {})));
-    QCOMPARE(relay.event("decline").value("by").toString(), QStringLiteral("1"));
+    QCOMPARE(session.host.read().clientId, QStringLiteral("3"));
+    QCOMPARE(session.guest.read().clientId, QStringLiteral("3"));
+    QVERIFY(session.host.write(PlainPeer::frame(5, "3", "Cleo", {})));
+    QCOMPARE(session.relay.event("decline").value("by").toString(), QStringLiteral("1"));
     QVERIFY(third.isQuiet());
-    QVERIFY(second.write(PlainPeer::frame(4, "3", "Cleo", {})));
+    QVERIFY(session.guest.write(PlainPeer::frame(4, "3", "Cleo", {})));
     QCOMPARE(third.read().kind, 1);
-    QVERIFY(second.write(PlainPeer::frame(5, "3", "Cleo", {})));
+    QVERIFY(session.guest.write(PlainPeer::frame(5, "3", "Cleo", {})));
     QVERIFY(third.isQuiet());
 }
 
 void TestRelay::refusedWhenAllRefuseOrLeave()
 {
-    RelayProcess relay;
-    PlainPeer first(relay.port());
-    PlainPeer second(relay.port());
-    PlainPeer third(relay.port());
-    QCOMPARE(first.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&first, &second, "Ben"));
+    RelaySession session;
+    QVERIFY(session.begin());
+    PlainPeer third(session.relay.port());
     QVERIFY(third.write(PlainPeer::joinRequest("Cleo", SessionNumber)));
-    QCOMPARE(first.read().kind, 3);
-    second.close();
+    QCOMPARE(session.host.read().kind, 3);
+    session.guest.close();
     QVERIFY(third.isQuiet());
-    QVERIFY(first.write(PlainPeer::frame(5, "3", "Cleo", {})));
+    QVERIFY(session.host.write(PlainPeer::frame(5, "3", "Cleo", {})));
     QCOMPARE(third.read().bytes.toHex(' '), QByteArray("00 00 00 0d 07 ff ff ff ff ff ff ff ff ff ff ff ff"));
     QVERIFY(third.isEnded());
-    QVERIFY(first.isQuiet());
+    QVERIFY(session.host.isQuiet());
 }
 
 void TestRelay::refusedWhenNobodyIsLeftToAnswer()
@@ -222,31 +193,28 @@ void TestRelay::sessionNumbers()
 
 void TestRelay::movesAndScenesStayInTheirSession()
 {
-    RelayProcess relay;
-    PlainPeer first(relay.port());
-    PlainPeer second(relay.port());
-    PlainPeer third(relay.port());
-    PlainPeer elsewhere(relay.port());
-    QCOMPARE(first.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&first, &second, "Ben"));
+    RelaySession session;
+    QVERIFY(session.begin());
+    PlainPeer third(session.relay.port());
+    PlainPeer elsewhere(session.relay.port());
     QVERIFY(third.write(PlainPeer::joinRequest("Cleo", SessionNumber)));
-    QCOMPARE(second.read().kind, 3);
-    QCOMPARE(first.read().kind, 3);
-    QVERIFY(second.write(PlainPeer::frame(4, "3", "Cleo", {})));
+    QCOMPARE(session.guest.read().kind, 3);
+    QCOMPARE(session.host.read().kind, 3);
+    QVERIFY(session.guest.write(PlainPeer::frame(4, "3", "Cleo", {})));
     QCOMPARE(third.read().kind, 1);
     QCOMPARE(elsewhere.join("Dora", "22222").kind, 1);
 
     const QByteArray shown = scene(100000, 's');
-    QVERIFY(first.write(shown + PlainPeer::move(1) + PlainPeer::move(2)));
-    for (PlainPeer *peer : {&second, &third}) {
+    QVERIFY(session.host.write(shown + PlainPeer::move(1) + PlainPeer::move(2)));
+    for (PlainPeer *peer : {&session.guest, &third}) {
         QVERIFY(peer->read().bytes == shown);
         QCOMPARE(peer->read().bytes, PlainPeer::move(1));
         QCOMPARE(peer->read().bytes, PlainPeer::move(2));
     }
-    QVERIFY(second.write(PlainPeer::move(3)));
-    QCOMPARE(first.read().bytes, PlainPeer::move(3));
+    QVERIFY(session.guest.write(PlainPeer::move(3)));
+    QCOMPARE(session.host.read().bytes, PlainPeer::move(3));
     QCOMPARE(third.read().bytes, PlainPeer::move(3));
-    for (PlainPeer *peer : {&first, &second, &third, &elsewhere})
+    for (PlainPeer *peer : {&session.host, &session.guest, &third, &elsewhere})
         QVERIFY(peer->isQuiet(20));
 }
 

@@ -1,5 +1,4 @@
-#include "PlainPeer.h"
-#include "RelayProcess.h"
+#include "RelaySession.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
@@ -10,22 +9,7 @@
 namespace
 {
 
-const QString SessionNumber = QStringLiteral("11111");
 constexpr int SmallBuffer = 4096;
-
-bool joinThrough(PlainPeer *host, PlainPeer *newcomer, const QString &name)
-{
-    if (!newcomer->write(PlainPeer::joinRequest(name, SessionNumber)))
-        return false;
-    const PlainPeer::Message question = host->read();
-    return question.kind == 3 && host->write(PlainPeer::frame(4, question.clientId, question.userName, {})) &&
-           newcomer->read().kind == 1;
-}
-
-QByteArray scene(int size, char fill)
-{
-    return PlainPeer::frame(6, QStringLiteral("1"), QStringLiteral("Ada"), QByteArray(size, fill));
-}
 
 /// Whether the relay still does what it is for.
 bool works(const RelayProcess &relay)
@@ -84,18 +68,15 @@ void TestRelayLoad::framesInAnyPieces()
 
 void TestRelayLoad::manyFramesInOneWrite()
 {
-    RelayProcess relay;
-    PlainPeer host(relay.port());
-    PlainPeer guest(relay.port());
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &guest, "Ben"));
+    RelaySession session;
+    QVERIFY(session.begin());
     QByteArray all;
     for (quint32 i = 0; i < 50; ++i)
         all += PlainPeer::move(i);
-    QVERIFY(host.write(all));
+    QVERIFY(session.host.write(all));
     for (quint32 i = 0; i < 50; ++i)
-        QCOMPARE(guest.read().bytes, PlainPeer::move(i));
-    QVERIFY(guest.isQuiet());
+        QCOMPARE(session.guest.read().bytes, PlainPeer::move(i));
+    QVERIFY(session.guest.isQuiet());
 }
 
 void TestRelayLoad::badFramesEndTheConnection_data()
@@ -124,38 +105,32 @@ void TestRelayLoad::badFramesEndTheConnection_data()
 void TestRelayLoad::badFramesEndTheConnection()
 {
     QFETCH(QByteArray, bytes);
-    RelayProcess relay({"--max-frame", "64K"});
-    PlainPeer host(relay.port());
-    PlainPeer guest(relay.port());
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &guest, "Ben"));
-    QVERIFY(host.write(PlainPeer::move(1) + bytes));
-    QVERIFY(host.isEnded());
-    QCOMPARE(guest.read().bytes, PlainPeer::move(1));
-    QVERIFY(guest.isQuiet());
-    PlainPeer third(relay.port());
-    QVERIFY(joinThrough(&guest, &third, "Cleo"));
+    RelaySession session({"--max-frame", "64K"});
+    QVERIFY(session.begin());
+    QVERIFY(session.host.write(PlainPeer::move(1) + bytes));
+    QVERIFY(session.host.isEnded());
+    QCOMPARE(session.guest.read().bytes, PlainPeer::move(1));
+    QVERIFY(session.guest.isQuiet());
+    PlainPeer third(session.relay.port());
+    QVERIFY(joinThrough(&session.guest, &third, "Cleo"));
 }
 
 void TestRelayLoad::strayKindsAreIgnored()
 {
-    RelayProcess relay;
-    PlainPeer host(relay.port());
-    PlainPeer guest(relay.port());
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &guest, "Ben"));
+    RelaySession session;
+    QVERIFY(session.begin());
     int sent = 0;
     for (int kind = 0; kind < 256; ++kind) {
         if (kind == 2 || (kind >= 4 && kind <= 6))
             continue;
-        QVERIFY(host.write(PlainPeer::frame(kind, "1", "Ada", PlainPeer::text(SessionNumber))));
+        QVERIFY(session.host.write(PlainPeer::frame(kind, "1", "Ada", PlainPeer::text(SessionNumber))));
         ++sent;
     }
-    QVERIFY(host.write(PlainPeer::move(1)));
-    QCOMPARE(guest.read().bytes, PlainPeer::move(1));
-    QVERIFY(host.isQuiet());
-    host.close();
-    QCOMPARE(relay.event("leave").value("ignored").toInt(), sent);
+    QVERIFY(session.host.write(PlainPeer::move(1)));
+    QCOMPARE(session.guest.read().bytes, PlainPeer::move(1));
+    QVERIFY(session.host.isQuiet());
+    session.host.close();
+    QCOMPARE(session.relay.event("leave").value("ignored").toInt(), sent);
 }
 
 void TestRelayLoad::newcomerMustAskFirst_data()
@@ -177,14 +152,11 @@ void TestRelayLoad::newcomerMustAskFirst()
 
 void TestRelayLoad::randomBytesHarmNobody()
 {
-    RelayProcess relay;
-    PlainPeer host(relay.port());
-    PlainPeer guest(relay.port());
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &guest, "Ben"));
+    RelaySession session;
+    QVERIFY(session.begin());
     QRandomGenerator random(1);
     for (int i = 0; i < 300; ++i) {
-        PlainPeer peer(relay.port());
+        PlainPeer peer(session.relay.port());
         QByteArray bytes;
         if (i % 3 > 0)
             bytes = PlainPeer::joinRequest("Eve", QString::number(30000 + i));
@@ -194,35 +166,32 @@ void TestRelayLoad::randomBytesHarmNobody()
             bytes.append(char(random.bounded(256)));
         peer.write(bytes);
     }
-    QVERIFY(host.write(PlainPeer::move(1)));
-    QCOMPARE(guest.read().bytes, PlainPeer::move(1));
-    QVERIFY(relay.peakMemory() < 100 * 1024);
+    QVERIFY(session.host.write(PlainPeer::move(1)));
+    QCOMPARE(session.guest.read().bytes, PlainPeer::move(1));
+    QVERIFY(session.relay.peakMemory() < 100 * 1024);
 }
 
 void TestRelayLoad::slowPeerGetsEverySceneAndTheNewestMove()
 {
-    RelayProcess relay;
-    PlainPeer host(relay.port());
-    PlainPeer slow(relay.port(), PlainPeer::Family::V4, SmallBuffer);
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &slow, "Ben"));
+    RelaySession session({}, SmallBuffer);
+    QVERIFY(session.begin());
     constexpr quint32 moves = 30000;
     constexpr quint32 movesPerScene = 10000;
     for (quint32 i = 0; i < moves; ++i) {
         if (i % movesPerScene == 0)
-            QVERIFY(host.write(scene(300000, char('a' + i / movesPerScene))));
-        QVERIFY(host.write(PlainPeer::move(i)));
+            QVERIFY(session.host.write(scene(300000, char('a' + i / movesPerScene))));
+        QVERIFY(session.host.write(PlainPeer::move(i)));
     }
     // The relay has read it all when it has seen the last scene and passes on what follows.
-    QVERIFY(host.write(scene(10, 'z') + PlainPeer::move(moves)));
-    while (relay.event("scene").value("bytes").toInt() != scene(10, 'z').size())
-        QVERIFY(relay.isRunning());
+    QVERIFY(session.host.write(scene(10, 'z') + PlainPeer::move(moves)));
+    while (session.relay.event("scene").value("bytes").toInt() != scene(10, 'z').size())
+        QVERIFY(session.relay.isRunning());
 
     QByteArray scenes;
     qint64 newest = -1;
     quint32 received = 0;
     while (newest < moves) {
-        const PlainPeer::Message message = slow.read();
+        const PlainPeer::Message message = session.guest.read();
         if (message.kind == 6) {
             scenes.append(message.data.at(0));
             continue;
@@ -233,32 +202,29 @@ void TestRelayLoad::slowPeerGetsEverySceneAndTheNewestMove()
         ++received;
     }
     QCOMPARE(scenes, QByteArray("abcz"));
-    QVERIFY(slow.isQuiet());
+    QVERIFY(session.guest.isQuiet());
     QVERIFY2(received < moves / 4, qPrintable(QString::number(received)));
-    slow.close();
-    QCOMPARE(relay.event("leave").value("superseded").toInt(), int(moves + 1 - received));
+    session.guest.close();
+    QCOMPARE(session.relay.event("leave").value("superseded").toInt(), int(moves + 1 - received));
 }
 
 void TestRelayLoad::peerOverTheOutputLimitIsDropped()
 {
-    RelayProcess relay({"--max-frame", "1M", "--max-output", "3M"});
-    PlainPeer host(relay.port());
-    PlainPeer slow(relay.port(), PlainPeer::Family::V4, SmallBuffer);
-    PlainPeer quick(relay.port());
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &slow, "Ben"));
+    RelaySession session({"--max-frame", "1M", "--max-output", "3M"}, SmallBuffer);
+    QVERIFY(session.begin());
+    PlainPeer quick(session.relay.port());
     QVERIFY(quick.write(PlainPeer::joinRequest("Cleo", SessionNumber)));
-    QCOMPARE(host.read().kind, 3);
-    QVERIFY(host.write(PlainPeer::frame(4, "3", "Cleo", {})));
+    QCOMPARE(session.host.read().kind, 3);
+    QVERIFY(session.host.write(PlainPeer::frame(4, "3", "Cleo", {})));
     QCOMPARE(quick.read().kind, 1);
     for (int i = 0; i < 10; ++i) {
-        QVERIFY(host.write(scene(1000000, char('a' + i))));
+        QVERIFY(session.host.write(scene(1000000, char('a' + i))));
         QCOMPARE(quick.read().data.at(0), char('a' + i));
     }
-    const QJsonObject leave = relay.event("leave");
+    const QJsonObject leave = session.relay.event("leave");
     QCOMPARE(leave.value("client").toString(), QStringLiteral("2"));
     QCOMPARE(leave.value("reason").toString(), QStringLiteral("too much output waiting"));
-    QVERIFY(host.write(PlainPeer::move(1)));
+    QVERIFY(session.host.write(PlainPeer::move(1)));
     QCOMPARE(quick.read().bytes, PlainPeer::move(1));
 }
 
@@ -298,21 +264,18 @@ void TestRelayLoad::announcedLengthTakesNoMemory()
 
 void TestRelayLoad::fullRelayTurnsAway()
 {
-    RelayProcess relay({"--max-clients", "2"});
-    PlainPeer host(relay.port());
-    PlainPeer guest(relay.port());
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &guest, "Ben"));
+    RelaySession session({"--max-clients", "2"});
+    QVERIFY(session.begin());
     {
-        PlainPeer third(relay.port());
+        PlainPeer third(session.relay.port());
         QCOMPARE(third.read().kind, 7);
         QVERIFY(third.isEnded());
     }
-    QCOMPARE(relay.event("full").value("clients").toInt(), 2);
-    guest.close();
-    QCOMPARE(relay.event("leave").value("client").toString(), QStringLiteral("2"));
-    PlainPeer fourth(relay.port());
-    QVERIFY(joinThrough(&host, &fourth, "Cleo"));
+    QCOMPARE(session.relay.event("full").value("clients").toInt(), 2);
+    session.guest.close();
+    QCOMPARE(session.relay.event("leave").value("client").toString(), QStringLiteral("2"));
+    PlainPeer fourth(session.relay.port());
+    QVERIFY(joinThrough(&session.host, &fourth, "Cleo"));
 }
 
 void TestRelayLoad::unfinishedFramesAreTimedOut_data()
@@ -346,25 +309,19 @@ void TestRelayLoad::unfinishedFramesAreTimedOut()
 
 void TestRelayLoad::silentParticipantStays()
 {
-    RelayProcess relay({"--idle-timeout", "1"});
-    PlainPeer host(relay.port());
-    PlainPeer guest(relay.port());
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &guest, "Ben"));
-    QVERIFY(guest.isQuiet(3000));
-    QVERIFY(guest.write(PlainPeer::move(1)));
-    QCOMPARE(host.read().bytes, PlainPeer::move(1));
+    RelaySession session({"--idle-timeout", "1"});
+    QVERIFY(session.begin());
+    QVERIFY(session.guest.isQuiet(3000));
+    QVERIFY(session.guest.write(PlainPeer::move(1)));
+    QCOMPARE(session.host.read().bytes, PlainPeer::move(1));
 }
 
 void TestRelayLoad::peerThatTakesNothingIsTimedOut()
 {
-    RelayProcess relay({"--idle-timeout", "1"});
-    PlainPeer host(relay.port());
-    PlainPeer slow(relay.port(), PlainPeer::Family::V4, SmallBuffer);
-    QCOMPARE(host.join("Ada", SessionNumber).kind, 1);
-    QVERIFY(joinThrough(&host, &slow, "Ben"));
-    QVERIFY(host.write(scene(20000000, 's')));
-    const QJsonObject leave = relay.event("leave");
+    RelaySession session({"--idle-timeout", "1"}, SmallBuffer);
+    QVERIFY(session.begin());
+    QVERIFY(session.host.write(scene(20000000, 's')));
+    const QJsonObject leave = session.relay.event("leave");
     QCOMPARE(leave.value("client").toString(), QStringLiteral("2"));
     QCOMPARE(leave.value("reason").toString(), QStringLiteral("takes no output"));
 }

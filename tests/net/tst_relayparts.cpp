@@ -45,6 +45,15 @@ struct SocketPair
     int ends[2] = {-1, -1};
 };
 
+/// Sends all that is left, and returns what has come out.
+QByteArray drained(OutputQueue *queue, const SocketPair &sockets)
+{
+    QByteArray received = sockets.readAll();
+    while (queue->write(sockets.ends[0]) == OutputQueue::Progress::Waiting)
+        received += sockets.readAll();
+    return received + sockets.readAll();
+}
+
 } // namespace
 
 /// The pieces of the relay that need no network.
@@ -188,11 +197,7 @@ void TestRelayParts::slowQueueKeepsTheNewestMove()
     queue.push("scene");
     queue.pushMove("three");
     QCOMPARE(queue.supersededMoves(), quint64(2));
-    QByteArray received = sockets.readAll();
-    while (queue.write(sockets.ends[0]) == OutputQueue::Progress::Waiting)
-        received += sockets.readAll();
-    received += sockets.readAll();
-    QVERIFY(received == scene + "scenethree");
+    QVERIFY(drained(&queue, sockets) == scene + "scenethree");
     QCOMPARE(queue.pendingBytes(), qint64(0));
 }
 
@@ -206,11 +211,7 @@ void TestRelayParts::begunMoveIsFinished()
     queue.pushMove("two");
     queue.pushMove("three");
     QCOMPARE(queue.supersededMoves(), quint64(1));
-    QByteArray received = sockets.readAll();
-    while (queue.write(sockets.ends[0]) == OutputQueue::Progress::Waiting)
-        received += sockets.readAll();
-    received += sockets.readAll();
-    QVERIFY(received == first + "three");
+    QVERIFY(drained(&queue, sockets) == first + "three");
 }
 
 void TestRelayParts::movesThatGatherAreReplaced()

@@ -1,14 +1,5 @@
+#include "JoinedSession.h"
 #include "MessageCapture.h"
-#include "RecordRoundTrip.h"
-#include "SceneAssembly.h"
-#include "ScenePayload.h"
-#include "SessionPeer.h"
-#include "SharedSession.h"
-
-#include <QMatrix4x4>
-#include <QtTest>
-
-#include <random>
 
 using namespace Quorvel;
 
@@ -23,80 +14,9 @@ bool isKind(const NetworkMessage &message, int kind)
     return message.kind == kind;
 }
 
-/// A session and its server's end, with what the session hands on.
-struct Joined
-{
-    Joined()
-    {
-        QObject::connect(&session, &SharedSession::messageReceived,
-                         [this](const NetworkMessage &message) { messages.append(message); });
-    }
-
-    /// Connects and takes the join request off.
-    bool join(const QString &number = QStringLiteral("11111"))
-    {
-        session.join(QStringLiteral("127.0.0.1"), QStringLiteral("quest"), number);
-        return QTest::qWaitFor([this] { return peer.accept(); }) && takeFrame(&request);
-    }
-    bool activate(const char *id = "7")
-    {
-        deliver(SessionPeer::frame(1, SessionPeer::utf16(id)));
-        return QTest::qWaitFor(
-            [this, id] { return session.isActive() && session.clientId() == QLatin1String(id); });
-    }
-    bool takeFrame(SessionPeer::Frame *frame)
-    {
-        return QTest::qWaitFor([this, frame] { return peer.takeFrame(frame); });
-    }
-    void deliver(const QByteArray &bytes)
-    {
-        for (int at = 0; at < bytes.size();) {
-            at += peer.send(bytes.mid(at, 1 << 20));
-            QCoreApplication::processEvents();
-        }
-    }
-    bool waitForMessages(int count)
-    {
-        return QTest::qWaitFor([this, count] { return messages.size() >= count; });
-    }
-    QByteArray kinds() const
-    {
-        QByteArray result;
-        for (const NetworkMessage &message : messages)
-            result.append(char('0' + message.kind));
-        return result;
-    }
-
-    SessionPeer peer;
-    SharedSession session{nullptr, peer.port()};
-    QList<NetworkMessage> messages;
-    SessionPeer::Frame request;
-};
-
-/// A complete scene of about that many bytes of record, which does not compress well.
-class NoisyScene
-{
-public:
-    explicit NoisyScene(int bytes)
-    {
-        SceneAssembly assembly(&m_scene);
-        std::mt19937 random(1);
-        std::uniform_real_distribution<float> number(-1.0f, 1.0f);
-        QVector<QVector3D> vertices(bytes / 24);
-        for (QVector3D &vertex : vertices)
-            vertex = QVector3D(number(random), number(random), number(random));
-        assembly.geometry(QStringLiteral("g"), vertices);
-        assembly.node(QStringLiteral("c"), nullptr, assembly.camera(QStringLiteral("c")));
-        m_scene.complete();
-    }
-    const Scene &scene() const { return m_scene; }
-
-private:
-    Scene m_scene;
-};
-
 } // namespace
 
+/// Joining a session, and what is made of what comes in.
 class TestSharedSession : public QObject
 {
     Q_OBJECT
@@ -125,16 +45,6 @@ private slots:
     void tooLargeFrame();
     void floodDuringAnAnswer();
     void joiningDuringAnAnswer();
-
-    void sendsFrames();
-    void sendingWithoutConnection();
-    void tooLargeToSend();
-    void deadPeer();
-    void sceneIsFollowedByWhatWasSentLater();
-    void scenesWaitTheirTurn();
-    void largeScene();
-    void brokenConnectionDropsWhatWaits();
-    void endOfTheProgramDuringCompression();
 };
 
 void TestSharedSession::serversListenOnPort80()
@@ -144,7 +54,7 @@ void TestSharedSession::serversListenOnPort80()
 
 void TestSharedSession::messageOfASession()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QVERIFY(joined.activate());
     const NetworkMessage message(joined.session, NetworkMessage::JoinAccepted);
@@ -177,7 +87,7 @@ void TestSharedSession::joinRequest()
 
 void TestSharedSession::clientIdActivates()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QVERIFY(!joined.session.isActive());
     const MessageCapture capture;
@@ -188,7 +98,7 @@ void TestSharedSession::clientIdActivates()
 
 void TestSharedSession::clientIdIsReplaced()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QVERIFY(joined.activate("7"));
     QVERIFY(joined.activate("8"));
@@ -197,7 +107,7 @@ void TestSharedSession::clientIdIsReplaced()
 
 void TestSharedSession::activeUntilTheEnd()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QVERIFY(joined.activate());
     joined.deliver(SessionPeer::frame(7));
@@ -209,7 +119,7 @@ void TestSharedSession::activeUntilTheEnd()
 
 void TestSharedSession::activeUntilTheConnectionBreaks()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QVERIFY(joined.activate());
     joined.peer.hangUp();
@@ -223,7 +133,7 @@ void TestSharedSession::activeUntilTheConnectionBreaks()
 
 void TestSharedSession::joiningAgainLeavesFirst()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QVERIFY(joined.activate());
     // A frame that has begun ends with its connection.
@@ -245,7 +155,7 @@ void TestSharedSession::joiningAgainLeavesFirst()
 
 void TestSharedSession::unreachableServer()
 {
-    Joined joined;
+    JoinedSession joined;
     joined.peer.stopListening();
     const MessageCapture capture;
     joined.session.join(QStringLiteral("127.0.0.1"), QStringLiteral("quest"), QStringLiteral("11111"));
@@ -258,7 +168,7 @@ void TestSharedSession::unreachableServer()
 
 void TestSharedSession::receivedBeforeActive()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     joined.deliver(SessionPeer::frame(2) + SessionPeer::frame(3) + SessionPeer::frame(6));
     QVERIFY(joined.waitForMessages(3));
@@ -268,7 +178,7 @@ void TestSharedSession::receivedBeforeActive()
 
 void TestSharedSession::fieldsOfReceivedMessages()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     // Kind 3 from client "7", user "Jo", with the name in place of the number; by hand.
     joined.deliver(
@@ -283,7 +193,7 @@ void TestSharedSession::fieldsOfReceivedMessages()
 
 void TestSharedSession::everyOtherKindIsInvalid()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     const MessageCapture capture;
     QByteArray bytes;
@@ -305,7 +215,7 @@ void TestSharedSession::everyOtherKindIsInvalid()
 
 void TestSharedSession::framesSplitAtEveryByte()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     const QByteArray first = SessionPeer::frame(2, id7, jo, "first");
     const QByteArray second = SessionPeer::frame(6, id7, jo, "second");
@@ -326,7 +236,7 @@ void TestSharedSession::framesSplitAtEveryByte()
 
 void TestSharedSession::framesByteByByte()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     const QByteArray bytes =
         SessionPeer::frame(1, id7) + SessionPeer::frame(2, id7, jo, "x") + SessionPeer::frame(7);
@@ -343,7 +253,7 @@ void TestSharedSession::framesByteByByte()
 
 void TestSharedSession::severalFramesInOneRead()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QByteArray bytes = SessionPeer::frame(1, id7);
     for (int i = 0; i < 500; ++i)
@@ -360,7 +270,7 @@ void TestSharedSession::severalFramesInOneRead()
 
 void TestSharedSession::framesInFrontOfAHangUp()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     joined.deliver(SessionPeer::frame(2) + SessionPeer::frame(1, id7));
     joined.peer.hangUp();
@@ -371,7 +281,7 @@ void TestSharedSession::framesInFrontOfAHangUp()
 
 void TestSharedSession::malformedFrameIsDropped()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     const MessageCapture capture;
     joined.deliver(QByteArray::fromHex("00000005 02 fffffffe") + SessionPeer::word(0) +
@@ -383,7 +293,7 @@ void TestSharedSession::malformedFrameIsDropped()
 
 void TestSharedSession::largestFrame()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     const QByteArray data(64 * 1024 * 1024 - 13, 'x');
     joined.deliver(SessionPeer::frame(6, QByteArray(), QByteArray(), data) + SessionPeer::frame(2));
@@ -395,7 +305,7 @@ void TestSharedSession::largestFrame()
 void TestSharedSession::tooLargeFrame()
 {
     for (const quint32 size : {64u * 1024 * 1024 + 1, 0x7fffffffu, 0x80000000u, 0xffffffffu}) {
-        Joined joined;
+        JoinedSession joined;
         QVERIFY(joined.join());
         QVERIFY(joined.activate());
         const MessageCapture capture;
@@ -413,7 +323,7 @@ void TestSharedSession::tooLargeFrame()
 void TestSharedSession::floodDuringAnAnswer()
 {
     // While the view asks a question, its event loop runs on and bytes go on coming.
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     const QByteArray move = SessionPeer::frame(2, id7, jo, QByteArray(100000, 'm'));
     constexpr int moves = 2000;
@@ -447,7 +357,7 @@ void TestSharedSession::floodDuringAnAnswer()
 
 void TestSharedSession::joiningDuringAnAnswer()
 {
-    Joined joined;
+    JoinedSession joined;
     QVERIFY(joined.join());
     QVERIFY(joined.activate());
     QObject::connect(&joined.session, &SharedSession::messageReceived, [&](const NetworkMessage &message) {
@@ -464,189 +374,6 @@ void TestSharedSession::joiningDuringAnAnswer()
     QCOMPARE(joined.kinds(), QByteArray("3"));
     QVERIFY(!joined.session.isActive());
     QVERIFY(joined.activate("new"));
-}
-
-// Sending
-
-void TestSharedSession::sendsFrames()
-{
-    Joined joined;
-    QVERIFY(joined.join());
-    QVERIFY(joined.activate());
-    NetworkMessage request(NetworkMessage::JoinRequest);
-    request.clientId = QStringLiteral("8");
-    request.userName = QStringLiteral("Jo");
-    request.data = "data";
-    joined.session.answer(request, false);
-    joined.session.answer(request, true);
-    joined.session.sendCamera(QMatrix4x4());
-    const QByteArray one = QByteArray::fromHex("3ff0000000000000");
-    const QByteArray frames =
-        QByteArray::fromHex("00000013 05 00000002 0038 00000004 004a 006f ffffffff"
-                            "00000013 04 00000002 0038 00000004 004a 006f ffffffff"
-                            "00000099 02 00000002 0037 0000000a 0071 0075 0065 0073 0074 00000080") +
-        one + QByteArray(32, '\0') + one + QByteArray(32, '\0') + one + QByteArray(32, '\0') + one;
-    QVERIFY(QTest::qWaitFor([&] {
-        joined.peer.receive();
-        return joined.peer.received().size() >= frames.size();
-    }));
-    QCOMPARE(joined.peer.received().toHex(' '), frames.toHex(' '));
-}
-
-void TestSharedSession::sendingWithoutConnection()
-{
-    SharedSession session;
-    session.send(NetworkMessage(session, NetworkMessage::CameraTransform));
-    session.sendJoinMessage();
-    QVERIFY(!session.isActive());
-}
-
-void TestSharedSession::tooLargeToSend()
-{
-    Joined joined;
-    QVERIFY(joined.join());
-    const MessageCapture capture;
-    NetworkMessage message(NetworkMessage::SceneRecord);
-    message.data = QByteArray(64 * 1024 * 1024 - 12, 'x');
-    joined.session.send(message);
-    QCOMPARE(MessageCapture::lines(),
-             {QStringLiteral("SharedSession: a message of 67108869 bytes is too large to send")});
-    joined.session.send(NetworkMessage(NetworkMessage::CameraTransform));
-    SessionPeer::Frame frame;
-    QVERIFY(joined.takeFrame(&frame));
-    QCOMPARE(frame.kind, 2);
-}
-
-void TestSharedSession::deadPeer()
-{
-    Joined joined;
-    QVERIFY(joined.join());
-    NetworkMessage scene(NetworkMessage::SceneRecord);
-    scene.data = QByteArray(60 * 1024 * 1024, 's');
-    QElapsedTimer timer;
-    timer.start();
-    joined.session.send(scene);
-    const qint64 sceneTime = timer.restart();
-    constexpr int moves = 600;
-    for (int i = 0; i < moves; ++i) {
-        NetworkMessage move(NetworkMessage::CameraTransform);
-        move.data = QByteArray::number(i);
-        joined.session.send(move);
-        QCoreApplication::processEvents();
-    }
-    const qint64 moveTime = timer.restart();
-    qInfo("60 MiB to a peer that does not read: %lld ms, then %d moves: %lld ms", sceneTime, moves, moveTime);
-    QVERIFY(sceneTime < 1000);
-    QVERIFY(moveTime < 1000);
-
-    // It comes back to life.
-    SessionPeer::Frame frame;
-    QVERIFY(joined.takeFrame(&frame));
-    QCOMPARE(frame.kind, 6);
-    QVERIFY(frame.data == scene.data);
-    for (int i = 0; i < moves; ++i) {
-        QVERIFY(joined.takeFrame(&frame));
-        QCOMPARE(frame.kind, 2);
-        QCOMPARE(frame.data, QByteArray::number(i));
-    }
-}
-
-void TestSharedSession::sceneIsFollowedByWhatWasSentLater()
-{
-    Joined joined;
-    QVERIFY(joined.join());
-    const NoisyScene noisy(8 << 20);
-    NetworkMessage move(joined.session, NetworkMessage::CameraTransform);
-    move.data = "before";
-    joined.session.send(move);
-    joined.session.sendScene(noisy.scene());
-    for (int i = 0; i < 100; ++i) {
-        move.data = QByteArray::number(i);
-        joined.session.send(move);
-    }
-    SessionPeer::Frame frame;
-    QVERIFY(joined.takeFrame(&frame));
-    QCOMPARE(frame.data, QByteArray("before"));
-    QVERIFY(joined.takeFrame(&frame));
-    QCOMPARE(frame.kind, 6);
-    QCOMPARE(frame.userName, SessionPeer::utf16("quest"));
-    QVERIFY(qUncompress(frame.data) == saved(noisy.scene()));
-    for (int i = 0; i < 100; ++i) {
-        QVERIFY(joined.takeFrame(&frame));
-        QCOMPARE(frame.data, QByteArray::number(i));
-    }
-}
-
-void TestSharedSession::scenesWaitTheirTurn()
-{
-    Joined joined;
-    QVERIFY(joined.join());
-    const NoisyScene large(4 << 20);
-    const NoisyScene small(1 << 10);
-    joined.session.sendScene(large.scene());
-    joined.session.sendScene(small.scene());
-    joined.session.send(NetworkMessage(NetworkMessage::CameraTransform));
-    SessionPeer::Frame frame;
-    QVERIFY(joined.takeFrame(&frame));
-    QVERIFY(qUncompress(frame.data) == saved(large.scene()));
-    QVERIFY(joined.takeFrame(&frame));
-    QVERIFY(qUncompress(frame.data) == saved(small.scene()));
-    QVERIFY(joined.takeFrame(&frame));
-    QCOMPARE(frame.kind, 2);
-}
-
-void TestSharedSession::largeScene()
-{
-    Joined joined;
-    QVERIFY(joined.join());
-    const NoisyScene noisy(64 << 20);
-    QElapsedTimer timer;
-    timer.start();
-    joined.session.sendScene(noisy.scene());
-    const qint64 call = timer.restart();
-    // The event loop turns while the scene is compressed; the longest turn is what a person would notice.
-    qint64 longest = 0;
-    SessionPeer::Frame frame;
-    QElapsedTimer turn;
-    bool arrived = false;
-    while (!arrived && timer.elapsed() < 60000) {
-        turn.start();
-        QCoreApplication::processEvents();
-        longest = qMax(longest, turn.elapsed());
-        arrived = joined.peer.takeFrame(&frame);
-        QThread::msleep(1);
-    }
-    qInfo("64 MiB of record, %d MiB compressed, arrived after %lld ms; call %lld ms, longest turn %lld ms",
-          frame.data.size() >> 20, timer.elapsed(), call, longest);
-    QCOMPARE(frame.kind, 6);
-    QVERIFY(call < timer.elapsed() / 4);
-    QVERIFY(longest < timer.elapsed() / 4);
-    QVERIFY(qUncompress(frame.data) == saved(noisy.scene()));
-}
-
-void TestSharedSession::brokenConnectionDropsWhatWaits()
-{
-    Joined joined;
-    QVERIFY(joined.join());
-    const NoisyScene noisy(8 << 20);
-    joined.session.sendScene(noisy.scene());
-    joined.session.send(NetworkMessage(NetworkMessage::CameraTransform));
-    QVERIFY(joined.join(QStringLiteral("22222")));
-    QCOMPARE(joined.request.kind, 3);
-    // Long enough for the compression to come to its end.
-    QTest::qWait(1000);
-    joined.session.send(NetworkMessage(NetworkMessage::JoinRefused));
-    SessionPeer::Frame frame;
-    QVERIFY(joined.takeFrame(&frame));
-    QCOMPARE(frame.kind, 5);
-}
-
-void TestSharedSession::endOfTheProgramDuringCompression()
-{
-    const NoisyScene noisy(8 << 20);
-    Joined joined;
-    QVERIFY(joined.join());
-    joined.session.sendScene(noisy.scene());
 }
 
 QTEST_GUILESS_MAIN(TestSharedSession)

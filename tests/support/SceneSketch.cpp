@@ -93,6 +93,19 @@ Node *SceneSketch::quadNode(const Quad &quad, Material *material, const QMatrix4
     return holder;
 }
 
+Node *SceneSketch::groupsNode(const QVector<QPair<Quad, Material *>> &groups)
+{
+    Geometry *shape = geometry();
+    Node *shown = node(QStringLiteral("groups"), {});
+    shown->setModel(shape);
+    for (const auto &[quad, material] : groups) {
+        const QString symbol = QString::number(shape->trimeshes().size());
+        addQuad(shape, symbol, quad);
+        shown->bindMaterial(symbol, material);
+    }
+    return shown;
+}
+
 Scene &SceneSketch::scene()
 {
     if (!m_complete) {

@@ -50,6 +50,8 @@ public:
     /// A node with a geometry of one quad in one material.
     Node *quadNode(const Quad &quad, Material *material, const QMatrix4x4 &local = {},
                    Winding winding = Winding::Clockwise);
+    /// A node with a geometry that has a group for each quad, in that quad's material.
+    Node *groupsNode(const QVector<QPair<Quad, Material *>> &groups);
 
     /// The scene as it stands.
     Scene &incomplete() { return *m_scene; }

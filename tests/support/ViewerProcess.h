@@ -5,6 +5,7 @@
 #include <QProcess>
 #include <QRect>
 #include <QRegularExpression>
+#include <QTest>
 
 namespace Quorvel
 {
@@ -54,6 +55,11 @@ public:
         return !window.isEmpty() &&
                answer.trimmed().split(' ').last().toUInt(nullptr, 16) == window.toUInt(nullptr, 16);
     }
+    /// Waits until a window of that title is there and has the keys; a program may have to start for it.
+    static bool waitForWindow(const QString &title)
+    {
+        return QTest::qWaitFor([&title] { return isActive(window(title)); }, 30000);
+    }
     static QSize size(const QByteArray &window)
     {
         const QString facts = QString::fromUtf8(
@@ -88,6 +94,12 @@ public:
         if (!m_process.waitForFinished(10000) || m_process.exitStatus() != QProcess::NormalExit)
             return -1;
         return m_process.exitCode();
+    }
+    /// Presses the key that ends the program whose window has the keys.
+    int quit()
+    {
+        Desktop::key(QStringLiteral("q"));
+        return exitCode();
     }
 
 private:

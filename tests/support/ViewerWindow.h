@@ -15,8 +15,6 @@
 #include <QWheelEvent>
 #include <QtTest>
 
-#include <cstdio>
-
 namespace Quorvel
 {
 
@@ -108,17 +106,10 @@ private:
 template <typename Test>
 int runOnVirtualScreen(int argc, char *argv[])
 {
-    const VirtualScreen screen;
-    if (!screen.isValid()) {
-        fprintf(stderr, "no virtual screen: %s\n", qPrintable(screen.errorString()));
-        return 1;
-    }
-    QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
     QCoreApplication::setOrganizationName(QStringLiteral("Quorvel Project"));
     QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
-    Test test;
-    return QTest::qExec(&test, argc, argv);
+    return runOnVirtualScreenAs<Test, QApplication>(argc, argv);
 }
 
 } // namespace Quorvel

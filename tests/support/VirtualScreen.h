@@ -3,6 +3,9 @@
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
+#include <QTest>
+
+#include <cstdio>
 
 #include <sys/types.h>
 
@@ -40,5 +43,19 @@ private:
     pid_t m_windowManager = 0;
     QString m_errorString;
 };
+
+/// The main function of a test with windows: a virtual screen, an application object, and the test object.
+template <typename Test, typename Application>
+int runOnVirtualScreenAs(int argc, char *argv[])
+{
+    const VirtualScreen screen;
+    if (!screen.isValid()) {
+        fprintf(stderr, "no virtual screen: %s\n", qPrintable(screen.errorString()));
+        return 1;
+    }
+    const Application application(argc, argv);
+    Test test;
+    return QTest::qExec(&test, argc, argv);
+}
 
 } // namespace Quorvel
