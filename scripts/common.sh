@@ -18,7 +18,7 @@ build_packages=(
 )
 # A screen for machines without one: to show the viewer on, and for the tests of windows.
 screen_packages=(xvfb openbox x11-utils imagemagick)
-test_packages=(xdotool glslang-tools libbenchmark-dev wmctrl python3)
+test_packages=(xdotool glslang-tools libbenchmark-dev wmctrl python3 desktop-file-utils)
 
 # install_packages <package>...: installs those that are missing, as root or through sudo.
 install_packages() {

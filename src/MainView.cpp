@@ -75,7 +75,8 @@ MainView::MainView(QWidget *parent)
     m_pipeline = new Pipeline;
     m_pipeline->setFormat(
         QGLFormat(QGL::DoubleBuffer | QGL::DepthBuffer | QGL::AlphaChannel | QGL::SampleBuffers));
-    // The surface alone is a native window: as soon as it has native neighbours, swaps leave them misplaced.
+    // What the surface lies in stays without native windows; its neighbours get some. Each more that a swap
+    // moves is one more that may be painted where it was.
     m_pipeline->setAttribute(Qt::WA_DontCreateNativeAncestors);
     setCentralWidget(m_pipeline);
 

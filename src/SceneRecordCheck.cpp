@@ -20,14 +20,15 @@ namespace
 // Bytes of the smallest of each kind of thing that the record counts.
 constexpr int integerSize = 4;
 constexpr int realSize = 8;
+constexpr int vectorSize = 3 * realSize;
 constexpr int colorSize = 11;
 constexpr int smallestString = 4;
 constexpr int smallestModel = integerSize + smallestString;
 constexpr int smallestGroup = smallestString + 3 * integerSize;
 constexpr int smallestGeometry = smallestModel + 7 * integerSize + 1;
-constexpr int smallestLight = smallestModel + colorSize + 3 * realSize + smallestString + 3 * realSize + 1;
-constexpr int smallestCamera = smallestModel + 3 * realSize + smallestString;
-constexpr int smallestMaterial = smallestString + 5 * colorSize + 3 * realSize;
+constexpr int smallestLight = smallestModel + colorSize + vectorSize + smallestString + vectorSize + 1;
+constexpr int smallestCamera = smallestModel + vectorSize + smallestString;
+constexpr int smallestMaterial = smallestString + 5 * colorSize + vectorSize;
 constexpr int smallestNode = 16 * realSize + smallestString + 3 * integerSize;
 constexpr int smallestBinding = 2 * smallestString;
 
@@ -177,9 +178,10 @@ public:
     bool matrix()
     {
         constexpr int reals = 16;
-        if (!skip(reals * realSize))
+        constexpr int size = reals * realSize;
+        if (!skip(size))
             return false;
-        return areFinite(m_at - reals * realSize, reals) || fail(QStringLiteral("a matrix is not finite"));
+        return areFinite(m_at - size, reals) || fail(QStringLiteral("a matrix is not finite"));
     }
 
 private:
@@ -258,7 +260,7 @@ private:
 
 bool RecordWalk::scene()
 {
-    const bool read = m_cursor.string() && m_cursor.skip(3 * realSize) &&
+    const bool read = m_cursor.string() && m_cursor.skip(vectorSize) &&
                       section("geometries", "geometry", smallestGeometry, [this] { return geometry(); }) &&
                       section("lights", "light", smallestLight, [this] { return light(); }) &&
                       section("cameras", "camera", smallestCamera, [this] { return camera(); }) &&
@@ -302,10 +304,10 @@ bool RecordWalk::geometry()
     List texcoords;
     List extraVectors;
     qint32 groups = 0;
-    const bool read = modelHeader(&type) && m_cursor.list("vertices", 3 * realSize, &vertices) &&
-                      m_cursor.list("normals", 3 * realSize, &normals) &&
+    const bool read = modelHeader(&type) && m_cursor.list("vertices", vectorSize, &vertices) &&
+                      m_cursor.list("normals", vectorSize, &normals) &&
                       m_cursor.list("texture coordinates", 2 * realSize, &texcoords) && m_cursor.flag() &&
-                      m_cursor.list("extra vectors", 3 * realSize, &extraVectors) &&
+                      m_cursor.list("extra vectors", vectorSize, &extraVectors) &&
                       m_cursor.list("normal indices", integerSize, &lists.normalIndices) &&
                       m_cursor.list("texture-coordinate indices", integerSize, &lists.texcoordIndices) &&
                       m_cursor.count("triangle groups", smallestGroup, &groups);
@@ -372,8 +374,8 @@ bool RecordWalk::indices(const char *what, const List &list, qint64 first, qint6
 bool RecordWalk::light()
 {
     LightAim aim;
-    const bool read = modelHeader(&aim.type) && m_cursor.color() && m_cursor.skip(3 * realSize) &&
-                      m_cursor.string(&aim.target) && m_cursor.skip(3 * realSize) && m_cursor.flag();
+    const bool read = modelHeader(&aim.type) && m_cursor.color() && m_cursor.skip(vectorSize) &&
+                      m_cursor.string(&aim.target) && m_cursor.skip(vectorSize) && m_cursor.flag();
     if (!read)
         return false;
     if (!isLightType(aim.type))
@@ -385,7 +387,7 @@ bool RecordWalk::light()
 bool RecordWalk::camera()
 {
     qint32 type = 0;
-    if (!modelHeader(&type) || !m_cursor.skip(3 * realSize) || !m_cursor.string())
+    if (!modelHeader(&type) || !m_cursor.skip(vectorSize) || !m_cursor.string())
         return false;
     if (type != Model::CameraType)
         return m_cursor.fail(QStringLiteral("%1 is no type code of a camera").arg(type));
@@ -399,7 +401,7 @@ bool RecordWalk::material()
         if (!(part == 0 ? m_cursor.string() : m_cursor.color()))
             return false;
     }
-    return m_cursor.skip(3 * realSize);
+    return m_cursor.skip(vectorSize);
 }
 
 bool RecordWalk::node()

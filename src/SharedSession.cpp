@@ -176,6 +176,14 @@ void SharedSession::write(const NetworkMessage &message)
         qWarning("SharedSession: a message of %d bytes is too large to send", frame.size());
         return;
     }
+    if (m_socket.bytesToWrite() + frame.size() > MaximumOutput) {
+        // The next move brings what this one would have, and more.
+        if (message.kind == NetworkMessage::CameraTransform)
+            return;
+        qWarning("SharedSession: more than %lld bytes wait to be sent, connection closed", MaximumOutput);
+        m_socket.abort();
+        return;
+    }
     for (int begin = 0; begin < frame.size();) {
         const qint64 written = m_socket.write(frame.constData() + begin, frame.size() - begin);
         if (written <= 0)

@@ -23,8 +23,8 @@ class Scene;
 /// is reported but in the log.
 ///
 /// Lives on one thread, which it never keeps waiting: what the network does not take yet stays in the
-/// socket's buffer, and scenes are compressed on another thread. What is sent arrives in the order in which
-/// it was sent.
+/// socket's buffer, up to MaximumOutput, and scenes are compressed on another thread. What is sent arrives in
+/// the order in which it was sent.
 class SharedSession : public QObject
 {
     Q_OBJECT
@@ -32,6 +32,11 @@ class SharedSession : public QObject
 public:
     /// Where servers listen.
     static constexpr quint16 DefaultPort = 80;
+
+    /// The most bytes that wait for a server which does not read: one of the largest frames on its way, and
+    /// one behind it. Beyond that a camera move is dropped; anything else closes the connection, with a
+    /// warning.
+    static constexpr qint64 MaximumOutput = 2 * (qint64(MaximumFrameSize) + qint64(sizeof(quint32)));
 
     explicit SharedSession(QObject *parent = nullptr, quint16 port = DefaultPort);
     /// Waits for a scene that is being compressed.

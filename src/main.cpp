@@ -85,8 +85,9 @@ int showWindow(const CommandLine &commandLine)
         warnIfNoFile(scenes.first());
         view.openScene(scenes.first());
     }
-    if (commandLine.parser.isSet(commandLine.open)) {
-        const QString filename = commandLine.parser.value(commandLine.open);
+    // Empty when a launcher has no file to name.
+    const QString filename = commandLine.parser.value(commandLine.open);
+    if (!filename.isEmpty()) {
         warnIfNoFile(filename);
         QObject::connect(
             view.pipeline(), &Pipeline::initialized, &view, [&view, filename] { view.openScene(filename); },

@@ -20,7 +20,7 @@ QString shown(const QJsonValue &value)
     if (value.isDouble())
         return QString::number(qint64(value.toDouble()));
     static const QRegularExpression plain(QStringLiteral("^[A-Za-z0-9.:_\\[\\]%-]+$"));
-    const QString text = value.toString();
+    QString text = value.toString();
     if (plain.match(text).hasMatch())
         return text;
     const QByteArray quoted = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);

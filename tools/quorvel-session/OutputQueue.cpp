@@ -14,7 +14,7 @@ namespace
 
 constexpr int MaximumParts = 256;
 /// Bytes that one write call may send before the other peers have their turn.
-constexpr qint64 TurnBytes = 1024 * 1024;
+constexpr qint64 TurnBytes = 1 << 20;
 
 } // namespace
 

@@ -9,9 +9,9 @@ namespace Quorvel
 namespace
 {
 
-constexpr qint64 LeastFrameBytes = 64 * 1024;
+constexpr qint64 LeastFrameBytes = 1 << 16;
 /// What a byte array of the toolkit can hold twice over.
-constexpr qint64 MostFrameBytes = 1024 * 1024 * 1024;
+constexpr qint64 MostFrameBytes = 1 << 30;
 constexpr int DefaultOutputFrames = 4;
 constexpr int MostClients = 60000;
 constexpr int LongestTimeout = 24 * 60 * 60;
