@@ -13,7 +13,7 @@ build_packages=(
     cmake ninja-build g++
     qtbase5-dev libqt5opengl5-dev libqt5xmlpatterns5-dev
     libgles-dev libegl-dev libgl-dev libgl1-mesa-dri
-    robin-map-dev zlib1g-dev
+    robin-map-dev zlib1g-dev libgoogle-perftools-dev
     libembree-dev libtbb-dev libstb-dev
 )
 # A screen for machines without one: to show the viewer on, and for the tests of windows.

@@ -37,7 +37,8 @@ void deal(const QVector<int> &list, const QList<Trimesh *> &trimeshes,
     for (Trimesh *trimesh : trimeshes) {
         const int count = trimesh->indices().size();
         QVector<int> share = list.mid(begin, count);
-        share.resize(count);
+        if (share.size() != count)
+            share.resize(count);
         (trimesh->*setList)(share);
         begin += count;
     }

@@ -228,12 +228,16 @@ QVector3D readVector3(NumberText &numbers)
     return QVector3D(x, y, z);
 }
 
+/// With the blank behind them. Of a large list's indices few are shorter: making room for more later would
+/// take a second copy of it.
+constexpr int usualNumberLength = 8;
+constexpr int usualIndexLength = 6;
+
 /// A number of entries to reserve for, in proportion to the text.
 template <typename Text>
-int expectedEntries(const Text &text, int numbersPerEntry)
+int expectedEntries(const Text &text, int numbersPerEntry, int numberLength = usualNumberLength)
 {
-    const int usualNumberLength = 8;
-    return int(text.size()) / usualNumberLength / std::max(1, numbersPerEntry);
+    return int(text.size()) / numberLength / std::max(1, numbersPerEntry);
 }
 
 template <typename T>
@@ -278,7 +282,7 @@ QVector<int> indexGroups(const Text &text, int stride, int keep)
     Q_ASSERT(stride >= 1);
     NumberText numbers(text);
     QVector<int> indices;
-    indices.reserve(expectedEntries(text, 1));
+    indices.reserve(expectedEntries(text, 1, usualIndexLength));
     int wholeGroups = 0;
     for (int k = 0; !numbers.atEnd();) {
         const int index = numbers.integer();

@@ -120,17 +120,17 @@ void readElements(QDataStream &stream, QVector<T> *list)
     stream >> announced;
     const qint64 held = stream.device() ? stream.device()->bytesAvailable() / size : 0;
     const int total = int(std::min<qint64>(announced, held));
-    list->resize(total);
-    T *const elements = list->data();
+    list->reserve(total);
     QByteArray chunk(std::min(total, ChunkElements) * size, Qt::Uninitialized);
     for (int begin = 0; begin < total; begin += ChunkElements) {
         const int count = std::min(ChunkElements, total - begin);
         if (stream.readRawData(chunk.data(), count * size) != count * size) {
-            list->resize(begin);
             stream.setStatus(QDataStream::ReadPastEnd);
             return;
         }
-        decodeElements(chunk.constData(), count, elements + begin);
+        // Chunk by chunk, so that what is set to zero first is still in the processor's cache.
+        list->resize(begin + count);
+        decodeElements(chunk.constData(), count, list->data() + begin);
     }
     if (qint64(announced) > held)
         stream.setStatus(QDataStream::ReadPastEnd);

@@ -9,6 +9,9 @@
 #include <QFile>
 #include <QSaveFile>
 
+#include <algorithm>
+#include <limits>
+
 namespace Quorvel
 {
 
@@ -81,7 +84,12 @@ void SceneCache::read(Scene *scene, const QString &path)
                   "the cached copy %1 of this scene cannot be read (%2): delete it and open the scene "
                   "again")
                   .arg(path, file.errorString()));
-    QDataStream stream(&file);
+    // Mapped, since a stream over a file asks the system how much is left at every list. Nobody shortens a
+    // file of the cache: it is replaced as a whole.
+    const qint64 size = std::min<qint64>(file.size(), std::numeric_limits<int>::max());
+    const uchar *const mapped = file.map(0, size);
+    QDataStream stream(mapped ? QByteArray::fromRawData(reinterpret_cast<const char *>(mapped), int(size))
+                              : file.readAll());
     scene->load(stream);
 }
 
