@@ -5,7 +5,6 @@
 #include "NumberLists.h"
 #include "QueryMessages.h"
 #include "Scene.h"
-#include "SourceText.h"
 #include "XmlSceneReceiver.h"
 
 #include <QAbstractMessageHandler>
@@ -31,11 +30,18 @@ protected:
 
 } // namespace
 
-ColladaLoader::ColladaLoader(Scene *scene, const QString &path, const SceneCache &cache) : m_path(path)
+ColladaLoader::ColladaLoader(Scene *scene, const QString &path, const SceneCache &cache)
+    : ColladaLoader(scene, path, std::async(std::launch::deferred, readSourceText, path), cache)
+{
+}
+
+ColladaLoader::ColladaLoader(Scene *scene, const QString &path, std::future<SourceText> source,
+                             const SceneCache &cache)
+    : m_path(path)
 {
     QElapsedTimer timer;
     timer.start();
-    readFile();
+    takeText(source.get());
     if (cache.load(scene, m_hash)) {
         scene->setName(m_path);
     } else {
@@ -46,9 +52,8 @@ ColladaLoader::ColladaLoader(Scene *scene, const QString &path, const SceneCache
     qDebug("Load time: %fs", double(float(timer.elapsed()) / 1000.0f));
 }
 
-void ColladaLoader::readFile()
+void ColladaLoader::takeText(const SourceText &source)
 {
-    const SourceText source = readSourceText(m_path);
     m_fileData = source.text;
     m_hash = source.key;
     m_readError = source.error;

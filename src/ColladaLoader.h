@@ -2,9 +2,12 @@
 
 #include "ReadOnceBuffer.h"
 #include "SceneCache.h"
+#include "SourceText.h"
 
 #include <QByteArray>
 #include <QString>
+
+#include <future>
 
 class QAbstractMessageHandler;
 
@@ -26,12 +29,15 @@ class ColladaLoader
 public:
     /// The caller owns the scene, which is complete on return.
     ColladaLoader(Scene *scene, const QString &path, const SceneCache &cache = SceneCache::standard());
+    /// For a file that startReading() reads.
+    ColladaLoader(Scene *scene, const QString &path, std::future<SourceText> source,
+                  const SceneCache &cache = SceneCache::standard());
     virtual ~ColladaLoader() = default;
     ColladaLoader(const ColladaLoader &) = delete;
     ColladaLoader &operator=(const ColladaLoader &) = delete;
 
 private:
-    void readFile();
+    void takeText(const SourceText &source);
     void convert(Scene *scene);
     void evaluate(Scene *scene, QueryMessages *messages);
     bool evaluateShortened(Scene *scene);

@@ -12,11 +12,38 @@
 #include <algorithm>
 #include <limits>
 
+#include <fcntl.h>
+
 namespace Quorvel
 {
 
 namespace
 {
+
+/// Sends what it holds on its way to the disk while more is being written. A file that is to appear whole
+/// waits for the disk before it gets its name, and would have to wait for all of it.
+class EarlyWrittenFile : public QSaveFile
+{
+public:
+    using QSaveFile::QSaveFile;
+
+protected:
+    qint64 writeData(const char *data, qint64 size) override
+    {
+        const qint64 written = QSaveFile::writeData(data, size);
+        m_held += written;
+        constexpr qint64 worthSending = 8 << 20;
+        if (m_held > worthSending) {
+            // A hint: where it fails, the wait at the end is longer.
+            ::sync_file_range(handle(), 0, 0, SYNC_FILE_RANGE_WRITE);
+            m_held = 0;
+        }
+        return written;
+    }
+
+private:
+    qint64 m_held = 0;
+};
 
 QString cachePath(const QString &directory, const QString &key)
 {
@@ -64,7 +91,7 @@ bool SceneCache::load(Scene *scene, const QString &key) const
 void SceneCache::save(const Scene &scene, const QString &key) const
 {
     QDir().mkpath(m_localDirectory);
-    QSaveFile file(localPath(key));
+    EarlyWrittenFile file(localPath(key));
     if (!file.open(QIODevice::WriteOnly))
         return;
     QDataStream stream(&file);

@@ -2,6 +2,7 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QFileInfo>
 
 #include <algorithm>
 #include <cstring>
@@ -124,6 +125,12 @@ SourceText readSourceText(const QString &path)
     }
     source.key = QString::fromLatin1(digest.toHex());
     return source;
+}
+
+std::future<SourceText> startReading(const QString &path)
+{
+    const bool isFile = QFileInfo(path).isFile();
+    return std::async(isFile ? std::launch::async : std::launch::deferred, readSourceText, path);
 }
 
 } // namespace Quorvel

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <future>
+
 namespace Quorvel
 {
 
@@ -20,5 +22,10 @@ struct SourceText
 
 /// The checksum is made by another thread, part by part as the bytes come in.
 SourceText readSourceText(const QString &path);
+
+/// Reads a file on a thread of its own, which the future waits for at the latest when it goes; a pipe, which
+/// might keep it waiting for ever, only when the text is asked for. An application object need not be there,
+/// but one must have been made before: the toolkit takes the first thread that it sees for the application's.
+std::future<SourceText> startReading(const QString &path);
 
 } // namespace Quorvel

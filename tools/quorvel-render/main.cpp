@@ -15,6 +15,8 @@
 #include <QSaveFile>
 
 #include <cstdio>
+#include <future>
+#include <utility>
 
 using namespace Quorvel;
 
@@ -110,7 +112,7 @@ void reportFrames(const RenderOptions &options, const QVector<double> &frameTime
     }
 }
 
-int renderScene(const RenderOptions &options)
+int renderScene(const RenderOptions &options, std::future<SourceText> source)
 {
     if (!QFileInfo::exists(options.scene))
         return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
@@ -122,7 +124,7 @@ int renderScene(const RenderOptions &options)
     Scene scene;
     {
         // Gone before the frame, with the text of the file that it holds.
-        const ColladaLoader loader(&scene, options.scene);
+        const ColladaLoader loader(&scene, options.scene, std::move(source));
     }
 
     if (!options.camera.isEmpty()) {
@@ -168,8 +170,14 @@ int main(int argc, char **argv)
     if (options.quiet)
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
 
+    // A large file takes longer to read than the application and its context take to come up.
+    std::future<SourceText> source;
+    if (options.request == RenderOptions::Request::Render)
+        source = startReading(options.scene);
+
     OffscreenContext::prepareApplication();
     const QApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
-    return options.request == RenderOptions::Request::Diagnose ? diagnose(options) : renderScene(options);
+    return options.request == RenderOptions::Request::Diagnose ? diagnose(options)
+                                                               : renderScene(options, std::move(source));
 }
