@@ -33,16 +33,8 @@ void assertParallel(const Trimesh &group)
     Q_ASSERT(vertexIndices.size() == texcoordIndices.size());
 }
 
-std::unique_ptr<GpuGeometry> buildGeometry(const Geometry &geometry)
+void uploadMesh(const Geometry &geometry, GpuGeometry *data)
 {
-    const FatalExplanation explanation(
-        QStringLiteral(
-            "a triangle group of the geometry \"%1\" has too few indices, or one past the end of its "
-            "positions, normals or texture coordinates: export the scene again, or, if it came from the "
-            "cache, delete its cache file")
-            .arg(geometry.id()));
-
-    auto data = std::make_unique<GpuGeometry>();
     MergedMesh mesh(geometry);
     data->groups.reserve(size_t(geometry.trimeshes().size()));
     for (const Trimesh *group : geometry.trimeshes()) {
@@ -55,14 +47,30 @@ std::unique_ptr<GpuGeometry> buildGeometry(const Geometry &geometry)
     fill(data->positions, mesh.positions());
     fill(data->normals, mesh.normals());
     fill(data->texcoords, mesh.texcoords());
+}
 
+void uploadEdges(const Geometry &geometry, GpuGeometry *data)
+{
     const EdgeMesh edges = edgeMesh(geometry);
-    if (!edges.indices.isEmpty()) {
-        data->edgePositions = std::make_unique<VertexBuffer>();
-        data->edgeIndices = std::make_unique<IndexBuffer>();
-        fill(*data->edgePositions, edges.positions);
-        fill(*data->edgeIndices, edges.indices);
-    }
+    if (edges.indices.isEmpty())
+        return;
+    data->edgePositions = std::make_unique<VertexBuffer>();
+    data->edgeIndices = std::make_unique<IndexBuffer>();
+    fill(*data->edgePositions, edges.positions);
+    fill(*data->edgeIndices, edges.indices);
+}
+
+std::unique_ptr<GpuGeometry> buildGeometry(const Geometry &geometry)
+{
+    const FatalExplanation explanation(
+        QStringLiteral(
+            "a triangle group of the geometry \"%1\" has too few indices, or one past the end of its "
+            "positions, normals or texture coordinates: export the scene again, or, if it came from the "
+            "cache, delete its cache file")
+            .arg(geometry.id()));
+    auto data = std::make_unique<GpuGeometry>();
+    uploadMesh(geometry, data.get());
+    uploadEdges(geometry, data.get());
     return data;
 }
 
