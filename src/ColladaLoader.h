@@ -22,14 +22,15 @@ class Scene;
 /// Loads one COLLADA file into a scene: from the cache where a converted copy lies there, else by converting
 /// it and storing the result in the user's cache.
 ///
-/// The whole load happens in the constructor, on the thread that calls it; the object is good for nothing
-/// after that. A file that yields no camera node is fatal, whatever the reason; the reason is explained.
+/// The whole load happens in the constructor, on the thread that calls it, but for the reading of a file that
+/// was begun before; the object is good for nothing after that. A file that yields no camera node is fatal,
+/// whatever the reason; the reason is explained.
 class ColladaLoader
 {
 public:
     /// The caller owns the scene, which is complete on return.
     ColladaLoader(Scene *scene, const QString &path, const SceneCache &cache = SceneCache::standard());
-    /// For a file that startReading() reads.
+    /// For the file that startReading(path) reads. `source` must be valid.
     ColladaLoader(Scene *scene, const QString &path, std::future<SourceText> source,
                   const SceneCache &cache = SceneCache::standard());
     virtual ~ColladaLoader() = default;

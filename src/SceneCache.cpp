@@ -31,7 +31,7 @@ protected:
     qint64 writeData(const char *data, qint64 size) override
     {
         const qint64 written = QSaveFile::writeData(data, size);
-        m_held += written;
+        m_held += std::max<qint64>(written, 0);
         constexpr qint64 worthSending = 8 << 20;
         if (m_held > worthSending) {
             // A hint: where it fails, the wait at the end is longer.
@@ -77,12 +77,12 @@ bool SceneCache::load(Scene *scene, const QString &key) const
 {
     if (QFile::exists(globalPath(key))) {
         qDebug("ColladaLoader: loading from global cache");
-        read(scene, globalPath(key));
+        read(scene, globalPath(key), Access::Streamed);
         return true;
     }
     if (QFile::exists(localPath(key))) {
         qDebug("ColladaLoader: loading from local cache");
-        read(scene, localPath(key));
+        read(scene, localPath(key), Access::Mapped);
         return true;
     }
     return false;
@@ -99,7 +99,7 @@ void SceneCache::save(const Scene &scene, const QString &key) const
     file.commit();
 }
 
-void SceneCache::read(Scene *scene, const QString &path)
+void SceneCache::read(Scene *scene, const QString &path, Access access)
 {
     QFile file(path);
     const FatalExplanation explanation(
@@ -111,13 +111,15 @@ void SceneCache::read(Scene *scene, const QString &path)
                   "the cached copy %1 of this scene cannot be read (%2): delete it and open the scene "
                   "again")
                   .arg(path, file.errorString()));
-    // Mapped, since a stream over a file asks the system how much is left at every list. Nobody shortens a
-    // file of the cache: it is replaced as a whole.
-    const qint64 size = std::min<qint64>(file.size(), std::numeric_limits<int>::max());
-    const uchar *const mapped = file.map(0, size);
-    QDataStream stream(mapped ? QByteArray::fromRawData(reinterpret_cast<const char *>(mapped), int(size))
-                              : file.readAll());
-    scene->load(stream);
+    // A stream over a file asks the system how much is left at every list.
+    const bool canMap = access == Access::Mapped && file.size() <= std::numeric_limits<int>::max();
+    if (const uchar *const bytes = canMap ? file.map(0, file.size()) : nullptr) {
+        QDataStream stream(QByteArray::fromRawData(reinterpret_cast<const char *>(bytes), int(file.size())));
+        scene->load(stream);
+    } else {
+        QDataStream stream(&file);
+        scene->load(stream);
+    }
 }
 
 } // namespace Quorvel

@@ -34,7 +34,10 @@ public:
     void save(const Scene &scene, const QString &key) const;
 
 private:
-    static void read(Scene *scene, const QString &path);
+    /// A file that is mapped must not be cut short meanwhile. save() replaces files as a whole; what people
+    /// copy into the global directory may be written over in place.
+    enum class Access { Mapped, Streamed };
+    static void read(Scene *scene, const QString &path, Access access);
 
     QString m_globalDirectory;
     QString m_localDirectory;

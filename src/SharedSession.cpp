@@ -6,6 +6,8 @@
 
 #include <QDebug>
 
+#include <utility>
+
 namespace Quorvel
 {
 
@@ -25,6 +27,8 @@ SharedSession::SharedSession(QObject *parent, quint16 port)
     connect(&m_socket, &QTcpSocket::readyRead, this, &SharedSession::readData);
     connect(&m_socket, &QTcpSocket::connected, this, &SharedSession::sendJoinMessage);
     connect(&m_socket, &QTcpSocket::disconnected, this, &SharedSession::deactivate);
+    // Queued, since what has been written may be a part of what is being written.
+    connect(&m_socket, &QTcpSocket::bytesWritten, this, &SharedSession::sendHeldMove, Qt::QueuedConnection);
 }
 
 SharedSession::~SharedSession()
@@ -55,6 +59,7 @@ void SharedSession::deactivate()
 {
     m_active = false;
     m_outgoing.clear();
+    m_heldMove.reset();
 }
 
 // Receiving
@@ -148,11 +153,16 @@ void SharedSession::sendScene(const Scene &scene)
     }
     const quint64 compression = ++m_lastCompression;
     m_outgoing.enqueue({NetworkMessage(*this, NetworkMessage::SceneRecord), compression});
-    m_compressor.start([this, compression, record] {
+    m_compressor.start(compressionTask(compression, record));
+}
+
+std::function<void()> SharedSession::compressionTask(quint64 compression, const QByteArray &record)
+{
+    return [this, compression, record] {
         const QByteArray data = ScenePayload::encode(record);
         QMetaObject::invokeMethod(
             this, [this, compression, data] { sceneCompressed(compression, data); }, Qt::QueuedConnection);
-    });
+    };
 }
 
 void SharedSession::sceneCompressed(quint64 compression, const QByteArray &data)
@@ -177,13 +187,17 @@ void SharedSession::write(const NetworkMessage &message)
         return;
     }
     if (m_socket.bytesToWrite() + frame.size() > MaximumOutput) {
-        // The next move brings what this one would have, and more.
-        if (message.kind == NetworkMessage::CameraTransform)
+        // The newest move brings what those before it would have, and more.
+        if (message.kind == NetworkMessage::CameraTransform) {
+            m_heldMove = message;
             return;
+        }
         qWarning("SharedSession: more than %lld bytes wait to be sent, connection closed", MaximumOutput);
         m_socket.abort();
         return;
     }
+    if (message.kind == NetworkMessage::CameraTransform)
+        m_heldMove.reset();
     for (int begin = 0; begin < frame.size();) {
         const qint64 written = m_socket.write(frame.constData() + begin, frame.size() - begin);
         if (written <= 0)
@@ -191,6 +205,12 @@ void SharedSession::write(const NetworkMessage &message)
         begin += int(written);
         m_socket.flush();
     }
+}
+
+void SharedSession::sendHeldMove()
+{
+    if (m_heldMove)
+        send(*std::exchange(m_heldMove, std::nullopt));
 }
 
 } // namespace Quorvel

@@ -9,6 +9,9 @@
 #include <QTcpSocket>
 #include <QThreadPool>
 
+#include <functional>
+#include <optional>
+
 class QMatrix4x4;
 
 namespace Quorvel
@@ -34,8 +37,8 @@ public:
     static constexpr quint16 DefaultPort = 80;
 
     /// The most bytes that wait for a server which does not read: one of the largest frames on its way, and
-    /// one behind it. Beyond that a camera move is dropped; anything else closes the connection, with a
-    /// warning.
+    /// one behind it. Beyond that camera moves are dropped but for the newest, which is sent when there is
+    /// room; anything else closes the connection, with a warning.
     static constexpr qint64 MaximumOutput = 2 * (qint64(MaximumFrameSize) + qint64(sizeof(quint32)));
 
     explicit SharedSession(QObject *parent = nullptr, quint16 port = DefaultPort);
@@ -90,8 +93,11 @@ private:
 
     void resumeReading();
     void handle(const NetworkMessage &message);
+    /// What the thread that compresses does.
+    std::function<void()> compressionTask(quint64 compression, const QByteArray &record);
     void sceneCompressed(quint64 compression, const QByteArray &data);
     void write(const NetworkMessage &message);
+    void sendHeldMove();
 
     const quint16 m_port;
     QTcpSocket m_socket;
@@ -102,6 +108,8 @@ private:
     QString m_sessionNumber;
     QQueue<Outgoing> m_outgoing;
     quint64 m_lastCompression = 0;
+    /// The newest camera move that found no room.
+    std::optional<NetworkMessage> m_heldMove;
     /// One thread. Last, so that it ends before what it reports to.
     QThreadPool m_compressor;
 };

@@ -56,7 +56,8 @@ public:
         QProcess process;
         prepare(&process, variables);
         process.start(program, arguments);
-        process.waitForFinished(60000);
+        if (!process.waitForFinished(60000))
+            return {-1, true, QString(), process.errorString()};
         return {process.exitCode(), process.exitStatus() == QProcess::CrashExit,
                 QString::fromLocal8Bit(process.readAllStandardOutput()),
                 QString::fromLocal8Bit(process.readAllStandardError())};

@@ -130,20 +130,14 @@ void TestPackaging::windowBelongsToLauncher()
 void TestPackaging::scenesBelongToLauncher_data()
 {
     QTest::addColumn<QString>("filename");
-    QTest::addColumn<QByteArray>("text");
-    const QByteArray scene =
-        readAll(QStringLiteral(QUORVEL_SOURCE_DIR "/resources/models/logo.DAE")).toUtf8();
-    QVERIFY(!scene.isEmpty());
-    QTest::newRow("by name") << QStringLiteral("room.dae") << QByteArray();
-    QTest::newRow("by name in capitals") << QStringLiteral("ROOM.DAE") << QByteArray();
-    QTest::newRow("as a sample") << QStringLiteral("logo.DAE") << scene;
+    QTest::newRow("by name") << QStringLiteral("room.dae");
+    QTest::newRow("by name in capitals") << QStringLiteral("ROOM.DAE");
 }
 
 void TestPackaging::scenesBelongToLauncher()
 {
     QFETCH(QString, filename);
-    QFETCH(QByteArray, text);
-    const QMimeType type = QMimeDatabase().mimeTypeForFileNameAndData(filename, text);
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(filename, QMimeDatabase::MatchExtension);
     QCOMPARE(launcherValue(QStringLiteral("MimeType")), type.name() + QLatin1Char(';'));
     QVERIFY(type.inherits(QStringLiteral("application/xml")));
 }
