@@ -13,6 +13,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QUrl>
+#include <QVariant>
 #include <QXmlQuery>
 
 namespace Quorvel
@@ -107,6 +108,8 @@ bool ColladaLoader::evaluate(QByteArray *text, const NumberLists *lists, Scene *
     m_buffer.setBuffer(text);
     m_buffer.open(QIODevice::ReadOnly);
     query.bindVariable(QStringLiteral("xmlData"), &m_buffer);
+    const bool areFlat = lists && lists->areGeometriesFlat();
+    query.bindVariable(QStringLiteral("areGeometriesFlat"), QVariant(areFlat));
     query.setQuery(&program, QUrl::fromLocalFile(program.fileName()));
     XmlSceneReceiver receiver(&query, scene, &scene->geometries(), &scene->lights(), &scene->cameras(),
                               &scene->materials(), &scene->nodes(), lists);

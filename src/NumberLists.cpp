@@ -1,5 +1,6 @@
 #include "NumberLists.h"
 
+#include "GeometryShape.h"
 #include "MarkupScanner.h"
 
 #include <QVector>
@@ -75,12 +76,15 @@ void NumberLists::scan()
     int depth = 0;
     bool inGeometries = false;
     bool isSafe = true;
+    GeometryShape shape;
     for (size_t textBegin = 0; isSafe && markup.next(); textBegin = markup.end()) {
         if (inGeometries)
             isSafe =
                 markup.kind() != Kind::Cdata && takeOut(text.substr(textBegin, markup.begin() - textBegin));
         switch (markup.kind()) {
         case Kind::StartTag:
+            if (inGeometries)
+                shape.startTag(depth, markup.localName());
             inGeometries = inGeometries || (depth == 1 && markup.localName() == "library_geometries");
             ++depth;
             break;
@@ -95,11 +99,15 @@ void NumberLists::scan()
             isSafe = false;
             break;
         case Kind::EmptyTag:
+            if (inGeometries)
+                shape.emptyTag(depth, markup.localName());
+            break;
         case Kind::Comment:
         case Kind::Cdata:
             break;
         }
     }
+    m_areGeometriesFlat = isSafe && shape.isFlat();
     if (!isSafe)
         m_lists.clear();
 }

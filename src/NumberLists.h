@@ -35,6 +35,9 @@ public:
     /// The text with marks in place of lists. Well-formed exactly if the text is; places in it differ.
     QByteArray document() const;
 
+    /// Whether all geometries are known to be flat (see GeometryShape), in the text as in document().
+    bool areGeometriesFlat() const { return m_areGeometriesFlat; }
+
     /// Whether marks stand in what the query made of a geometry's texts.
     bool isMarked(const QStringRef &text) const;
     /// The list, in ASCII, that a text of one mark and nothing else stands for.
@@ -51,6 +54,7 @@ private:
     QByteArray m_text;
     int m_shortest;
     std::vector<std::string_view> m_lists;
+    bool m_areGeometriesFlat = false;
 };
 
 } // namespace Quorvel

@@ -22,6 +22,9 @@ xquery version "1.0";
 
 declare variable $xmlData external;
 
+(: True where it is known that local:isFlat holds for all geometries; otherwise it is asked. :)
+declare variable $areGeometriesFlat as xs:boolean external;
+
 (: The input. Global variables are only ever short paths, since each use walks them again. :)
 declare variable $collada := doc($xmlData)/*:COLLADA;
 declare variable $firstVisualScene := ($collada/*:library_visual_scenes/*:visual_scene)[1];
@@ -330,7 +333,9 @@ declare function local:flatGeometry($geometry as element())
 
 declare function local:geometry($geometry as element())
 {
-    if (local:isFlat($geometry)) then local:flatGeometry($geometry) else local:deepGeometry($geometry)
+    if ($areGeometriesFlat or local:isFlat($geometry))
+    then local:flatGeometry($geometry)
+    else local:deepGeometry($geometry)
 };
 
 

@@ -29,6 +29,9 @@ private slots:
     void fixturesConvertAlike_data();
     void fixturesConvertAlike();
     void generatedDocumentsConvertAlike();
+    void flatGeometries_data();
+    void flatGeometries();
+    void flatGeometriesAreSoForTheQuery();
     void malformedStaysMalformed_data();
     void malformedStaysMalformed();
 };
@@ -59,6 +62,7 @@ Result convert(QByteArray text, const NumberLists *lists)
     QBuffer buffer(&text);
     buffer.open(QIODevice::ReadOnly);
     query.bindVariable(QStringLiteral("xmlData"), &buffer);
+    query.bindVariable(QStringLiteral("areGeometriesFlat"), QVariant(lists && lists->areGeometriesFlat()));
     query.setQuery(&program, QUrl::fromLocalFile(program.fileName()));
     XmlSceneReceiver receiver(&query, &scene, &scene.geometries(), &scene.lights(), &scene.cameras(),
                               &scene.materials(), &scene.nodes(), lists);
@@ -83,6 +87,48 @@ QString difference(const QByteArray &document, const NumberLists &lists)
     if (plain.record != shortened.record)
         return QStringLiteral("the records differ");
     return plain.lines == shortened.lines ? QString() : QStringLiteral("the printed lines differ");
+}
+
+/// What the query's own look says of all geometries of a document whose root is <a>.
+bool queryFindsFlat(QByteArray document)
+{
+    QFile file(QStringLiteral(":/xquery/collada.xq"));
+    file.open(QIODevice::ReadOnly);
+    const QString program = QString::fromUtf8(file.readAll());
+    const int begin = program.indexOf(QLatin1String("declare function local:isFlat"));
+    const int end = program.indexOf(QLatin1String("};"), begin) + 2;
+    QBuffer buffer(&document);
+    buffer.open(QIODevice::ReadOnly);
+    QXmlQuery query;
+    query.bindVariable(QStringLiteral("xmlData"), &buffer);
+    query.setQuery(QStringLiteral("declare variable $xmlData external; ") + program.mid(begin, end - begin) +
+                   QStringLiteral(" string(every $g in doc($xmlData)/a/*:library_geometries/*:geometry "
+                                  "satisfies local:isFlat($g))"));
+    QString answer;
+    query.evaluateTo(&answer);
+    return answer.trimmed() == QLatin1String("true");
+}
+
+/// An element with others in it, for the most part where programs put them.
+QByteArray randomElement(QRandomGenerator *random, int level)
+{
+    static const QList<QList<QByteArray>> usual = {{},
+                                                   {"mesh"},
+                                                   {"source", "vertices", "triangles", "polygons"},
+                                                   {"input", "p", "technique_common", "param"},
+                                                   {"accessor", "param"},
+                                                   {"param"}};
+    static const QList<QByteArray> all = {"mesh",     "source", "float_array", "input", "triangles",
+                                          "polygons", "p"};
+    const bool isUsual = level < usual.size() && random->bounded(40) > 0;
+    const QList<QByteArray> &names = isUsual ? usual.at(level) : all;
+    const QByteArray name = names.at(random->bounded(names.size()));
+    QByteArray inside;
+    for (int i = random->bounded(3); i > 0 && level < 7 && (level < 5 || random->bounded(20) == 0); --i)
+        inside += randomElement(random, level + 1);
+    if (inside.isEmpty() && random->bounded(2))
+        return "<" + name + "/>";
+    return "<" + name + ">" + inside + "</" + name + ">";
 }
 
 QDir fixtures()
@@ -316,6 +362,64 @@ void TestNumberLists::generatedDocumentsConvertAlike()
     }
     QVERIFY(shortened > count / 4);
     QVERIFY(shortened < count);
+}
+
+void TestNumberLists::flatGeometries_data()
+{
+    QTest::addColumn<QByteArray>("inside");
+    QTest::addColumn<bool>("isFlat");
+    const auto row = [](const QByteArray &inside, bool isFlat) {
+        QTest::newRow(inside.constData()) << inside << isFlat;
+    };
+    const auto inGeometry = [&row](const QByteArray &inside, bool isFlat) {
+        row("<geometry>" + inside + "</geometry>", isFlat);
+    };
+    inGeometry("<mesh><source><float_array>1</float_array><x><y><z/></y></x></source></mesh>", true);
+    inGeometry("<c:mesh><c:triangles><c:input/><c:p>1</c:p></c:triangles><polygons/></c:mesh>", true);
+    inGeometry("<mesh/><extra><vertices><input/></vertices></extra>", true);
+    inGeometry("<mesh><v><w><x><y><z/></y></x></w></v></mesh>", false);
+    inGeometry("<mesh><v><w><x><y/></x></w></v></mesh>", true);
+    inGeometry("<source><float_array>1</float_array></source>", false);
+    inGeometry("<mesh><x><source/></x></mesh>", false);
+    inGeometry("<mesh><float_array>1</float_array></mesh>", false);
+    inGeometry("<mesh><vertices><float_array>1</float_array></vertices></mesh>", false);
+    inGeometry("<mesh><source/><x><float_array>1</float_array></x></mesh>", false);
+    inGeometry("<mesh><source><x><float_array>1</float_array></x></source></mesh>", false);
+    inGeometry("<mesh><input/></mesh>", false);
+    inGeometry("<mesh><x><y><input/></y></x></mesh>", false);
+    inGeometry("<triangles/>", false);
+    inGeometry("<mesh><x><polygons/></x></mesh>", false);
+    inGeometry("<mesh><triangles><p><x/></p></triangles></mesh>", false);
+    inGeometry("<mesh><polygons><p><x>1</x></p></polygons></mesh>", false);
+    inGeometry("<mesh><lines><p><x/></p></lines></mesh>", true);
+    row("<x><mesh><x><source/></x></mesh></x><geometry/>", true);
+    row("<geometry/><x><source/></x>", true);
+    row("<geometry><mesh/></geometry><geometry><source/></geometry>", false);
+}
+
+void TestNumberLists::flatGeometries()
+{
+    QFETCH(QByteArray, inside);
+    const QByteArray document = "<a xmlns:c='c'><library_geometries>" + inside + "</library_geometries></a>";
+    QTEST(NumberLists(document, 1).areGeometriesFlat(), "isFlat");
+    QCOMPARE(queryFindsFlat(document), NumberLists(document, 1).areGeometriesFlat());
+}
+
+void TestNumberLists::flatGeometriesAreSoForTheQuery()
+{
+    QRandomGenerator random(7);
+    constexpr int count = 600;
+    int flat = 0;
+    for (int i = 0; i < count; ++i) {
+        QByteArray document = "<a><library_geometries>";
+        for (int k = 0; k < 2; ++k)
+            document += "<geometry>" + randomElement(&random, 1) + randomElement(&random, 1) + "</geometry>";
+        document += "</library_geometries></a>";
+        const bool isFlat = NumberLists(document, 1).areGeometriesFlat();
+        flat += isFlat;
+        QVERIFY2(isFlat == queryFindsFlat(document), document.constData());
+    }
+    QVERIFY2(flat > count / 20 && flat < count - count / 20, qPrintable(QString::number(flat)));
 }
 
 void TestNumberLists::malformedStaysMalformed_data()

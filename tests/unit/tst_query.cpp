@@ -152,6 +152,7 @@ struct Conversion
         text.open(QIODevice::ReadOnly);
         query.setMessageHandler(&messages);
         query.bindVariable(QStringLiteral("xmlData"), &input);
+        query.bindVariable(QStringLiteral("areGeometriesFlat"), QVariant(false));
         query.setQuery(&text, QUrl::fromLocalFile(text.fileName()));
         recorder.reset(new Recorder(query.namePool()));
         succeeded = query.isValid() && query.evaluateTo(recorder.data());
