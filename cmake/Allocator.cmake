@@ -1,6 +1,7 @@
-# quorvel_allocator: linked by the programs that open scenes for people who wait for them. A scene is some tens of thousands of blocks, and a few large
-# ones that come and go; tcmalloc keeps their memory, where the C library hands it back and has every page cleared
-# again (docs/performance.md). Programs work without it, and under a sanitizer they have to.
+# quorvel_allocator: linked by the programs that open scenes for people who wait for them. A scene is some tens of
+# thousands of blocks, and a few large ones that come and go; tcmalloc keeps their memory, where the C library hands it
+# back and has every page cleared again (docs/performance.md). Programs work without it, and under a sanitizer they have
+# to.
 find_library(QUORVEL_TCMALLOC tcmalloc_minimal)
 mark_as_advanced(QUORVEL_TCMALLOC)
 

@@ -20,13 +20,13 @@ void GeometryShape::startTag(int depth, std::string_view name)
 {
     if (depth == GeometryDepth)
         m_isInGeometry = name == "geometry";
-    meet(depth, name);
+    emptyTag(depth, name);
     const int level = depth - GeometryDepth;
     if (level > 0 && level <= DeepestLevel)
         m_names[size_t(level)] = nameOf(name);
 }
 
-void GeometryShape::meet(int depth, std::string_view name)
+void GeometryShape::emptyTag(int depth, std::string_view name)
 {
     const int level = depth - GeometryDepth;
     if (!m_isInGeometry || level <= 0 || !m_isFlat)

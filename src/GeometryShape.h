@@ -18,7 +18,7 @@ class GeometryShape
 public:
     /// `depth` is the number of elements around the tag's, the document element included.
     void startTag(int depth, std::string_view name);
-    void emptyTag(int depth, std::string_view name) { meet(depth, name); }
+    void emptyTag(int depth, std::string_view name);
 
     bool isFlat() const { return m_isFlat; }
 
@@ -26,7 +26,6 @@ private:
     enum class Name { Source, FloatArray, Input, Primitive, Other };
 
     static Name nameOf(std::string_view name);
-    void meet(int depth, std::string_view name);
     /// The element at a level around the one that is met; a child of the geometry is at level 1.
     Name at(int level) const { return m_names.at(size_t(level)); }
 

@@ -196,7 +196,8 @@ void SharedSession::write(const NetworkMessage &message)
         m_socket.abort();
         return;
     }
-    if (message.kind == NetworkMessage::CameraTransform)
+    // A scene brings its own view.
+    if (message.kind == NetworkMessage::CameraTransform || message.kind == NetworkMessage::SceneRecord)
         m_heldMove.reset();
     for (int begin = 0; begin < frame.size();) {
         const qint64 written = m_socket.write(frame.constData() + begin, frame.size() - begin);
@@ -209,8 +210,9 @@ void SharedSession::write(const NetworkMessage &message)
 
 void SharedSession::sendHeldMove()
 {
-    if (m_heldMove)
-        send(*std::exchange(m_heldMove, std::nullopt));
+    // Behind a scene that is being compressed it would come too late.
+    if (m_heldMove && m_outgoing.isEmpty())
+        write(*std::exchange(m_heldMove, std::nullopt));
 }
 
 } // namespace Quorvel

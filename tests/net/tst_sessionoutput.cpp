@@ -62,6 +62,7 @@ class TestSessionOutput : public QObject
 private slots:
     void twoOfTheLargestFrames();
     void dropsMovesBeyondTheLimit();
+    void sceneReplacesTheMoveThatWaits();
     void sceneBeyondTheLimitClosesTheConnection();
     void answerBeyondTheLimitClosesTheConnection();
 
@@ -132,6 +133,24 @@ void TestSessionOutput::dropsMovesBeyondTheLimit()
     QVERIFY2(received > SharedSession::MaximumOutput - 2 * qint64(Connected::moveSize),
              qPrintable(QString::number(received)));
     QCOMPARE(MessageCapture::lines(), QStringList());
+}
+
+void TestSessionOutput::sceneReplacesTheMoveThatWaits()
+{
+    Connected connected;
+    QVERIFY(connected.join());
+    constexpr int moves = 100;
+    fill(&connected, moves);
+    // Small enough for the room that no move fits into.
+    connected.send(NetworkMessage::SceneRecord, 7, 100);
+    QVERIFY(connected.session.isActive());
+
+    SessionPeer::Frame frame;
+    do {
+        QVERIFY(connected.takeFrame(&frame));
+        QVERIFY(frame.kind == 6 || Connected::numberOf(frame) < moves - 1);
+    } while (frame.kind != 6 || Connected::numberOf(frame) != 7);
+    QVERIFY(!QTest::qWaitFor([&] { return connected.peer.takeFrame(&frame); }, 500));
 }
 
 void TestSessionOutput::sceneBeyondTheLimitClosesTheConnection()
