@@ -102,7 +102,8 @@ void setLight(ShaderProgram &program, int i, const LightUniforms &light)
         break;
     case LightUniforms::Kind::Directional:
         // Quirk(directional-spot-flag): a directional light keeps the spot flag that its slot held last;
-        // the flag starts cleared, and only a scene shown after another can meet it set.
+        // every painter starts from cleared flags, so only lights that change while it draws can meet one
+        // set.
         break;
     }
 }
@@ -133,6 +134,7 @@ ForwardPainter::ForwardPainter()
     , m_shadowMaps(m_programs, m_debug)
 {
     m_programs.buildLighting();
+    m_programs.clearSpotFlags();
 }
 
 ForwardPainter::~ForwardPainter() = default;

@@ -31,7 +31,8 @@ class RandomTextures;
 class ForwardPainter : public ShaderPainter
 {
 public:
-    /// Compiles the lighting programs if no painter has done so yet.
+    /// Compiles the lighting programs if no painter has done so yet, and clears what an earlier one left in
+    /// their spot flags.
     ForwardPainter();
     ~ForwardPainter() override;
 

@@ -112,6 +112,18 @@ void ShadingPrograms::buildLighting()
     built(m_shadowMap, {"shadow map", ":/shaders/shadowmap.vsh", ":/shaders/shadowmap.fsh"});
 }
 
+void ShadingPrograms::clearSpotFlags()
+{
+    for (ShaderProgram &program : m_lighting) {
+        if (!program.isLinked())
+            continue;
+        program.bind();
+        for (int i = 0; i < MaxLights; ++i)
+            program.set(element(Uniform::LightsIsSpot, i), false);
+        program.release();
+    }
+}
+
 NormalDepthProgram &ShadingPrograms::normalDepth()
 {
     return built(m_normalDepth, {"normal-depth", ":/shaders/normalDepth.vsh", ":/shaders/normalDepth.fsh"});

@@ -33,6 +33,9 @@ public:
     /// Builds the lighting programs and the shadow-map one unless the single-pass one is there already.
     void buildLighting();
 
+    /// Makes no light slot of the lighting programs a spot's: as they were when they were built.
+    void clearSpotFlags();
+
     ShaderProgram &program(Shading shading) { return m_lighting[size_t(shading)]; }
     ShadowMapProgram &shadowMap() { return m_shadowMap; }
 

@@ -37,6 +37,8 @@ private slots:
     void moreThanThreeLights();
     void multiplierIsNotUsed();
     void directionalKeepsTheSlotsSpotFlag();
+    void newPainterStartsWithoutSpotFlags_data();
+    void newPainterStartsWithoutSpotFlags();
     void farFromTheOrigin();
     void lowQualityLightsPerVertex();
     void withoutAnyProgramOnlyTheBackgroundShows();
@@ -216,15 +218,41 @@ void TestLighting::directionalKeepsTheSlotsSpotFlag()
     sketch.addLight(Light::DirectionalLight, {1, 1, 1}, rotation(20, 1, 0, 0));
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
 
-    // In a program that has seen no spot light, a directional light is what it is.
-    QCOMPARE(fault(sketch), QString());
-    drawFrame(m_context, spotScene.scene.scene());
+    // In a painter that has seen no spot light, a directional light is what it is.
+    ForwardPainter painter;
+    QCOMPARE(sketch.fault(drawFrame(m_context, painter, sketch.scene.scene())), QString());
+    drawFrame(m_context, painter, spotScene.scene.scene());
     // From then on its cone is the other light's, which shines along -z: 20 degrees off lies between 10
     // and 30.
     const double pi = std::acos(-1.0);
     const double factor = (std::cos(pi / 9) - std::cos(pi / 6)) / (std::cos(pi / 18) - std::cos(pi / 6));
     sketch.expected.lights[0].color = Reference::Vector(factor, factor, factor);
-    QCOMPARE(fault(sketch), QString());
+    QCOMPARE(sketch.fault(drawFrame(m_context, painter, sketch.scene.scene())), QString());
+}
+
+void TestLighting::newPainterStartsWithoutSpotFlags_data()
+{
+    QTest::addColumn<bool>("lowQuality");
+    QTest::newRow("per pixel") << false;
+    QTest::newRow("per vertex") << true;
+}
+
+void TestLighting::newPainterStartsWithoutSpotFlags()
+{
+    QFETCH(bool, lowQuality);
+    const auto setQuality = [lowQuality](PainterState &state) { state.setLowQuality(lowQuality); };
+    FrameSketch spotScene;
+    for (int i = 0; i < MaxLights; ++i)
+        spotScene.addSpot({1, 1, 1}, {}, 5, 10);
+    spotScene.addQuad(wall, spotScene.addMaterial({1, 1, 1}));
+    drawFrame(m_context, spotScene.scene.scene(), setQuality);
+
+    FrameSketch sketch;
+    sketch.expected.perVertex = lowQuality;
+    for (int i = 0; i < MaxLights; ++i)
+        sketch.addLight(Light::DirectionalLight, {0.3f, 0.3f, 0.3f}, rotation(60, 1, 0, 0));
+    sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
+    QCOMPARE(fault(sketch, setQuality), QString());
 }
 
 void TestLighting::farFromTheOrigin()
