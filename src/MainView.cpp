@@ -15,6 +15,7 @@
 #include "SceneDrag.h"
 #include "ScenePayload.h"
 #include "StartScreen.h"
+#include "StatusLine.h"
 #include "ViewCommands.h"
 #include "WindowSettings.h"
 
@@ -29,7 +30,6 @@
 #include <QLayout>
 #include <QMouseEvent>
 #include <QStatusBar>
-#include <QStatusTipEvent>
 #include <QUrl>
 #include <QWheelEvent>
 
@@ -65,11 +65,12 @@ bool isScene(const QString &filename)
 MainView::MainView(QWidget *parent)
     : QMainWindow(parent)
     , m_sharedSession(this)
+    , m_statusLine(new StatusLine(this))
     , m_joinQuestions(&m_sharedSession,
                       [this](const NetworkMessage &request) { return grantsJoinRequest(request); })
     , m_firstScene(std::make_unique<Scene>())
 {
-    showStatus(QStringLiteral("Initializing engine..."));
+    m_statusLine->show(QStringLiteral("Initializing engine..."));
     m_scene = m_firstScene.get();
 
     m_pipeline = new Pipeline;
@@ -128,7 +129,7 @@ void MainView::initPipeline()
         const QString complaint =
             QStringLiteral("This display offers no OpenGL, so nothing can be drawn on it.");
         qWarning("%s", qPrintable(complaint));
-        showStatus(complaint);
+        m_statusLine->show(complaint);
     }
     // Quirk(early-load): a scene that came in before the engine was up is dropped for an empty one, unseen;
     // the start always ends in the same view, and `--open` is the way to a file that waits for it.
@@ -215,7 +216,7 @@ void MainView::openScene(const QString &filename)
     if (!isScene(filename))
         return;
     setWindowTitle(QStringLiteral("Quorvel"));
-    showStatus(QStringLiteral("Loading %1 ...").arg(displayName(filename)));
+    m_statusLine->show(QStringLiteral("Loading %1 ...").arg(displayName(filename)));
     m_loadIndicator->begin();
     m_loaderThread.load(filename);
 }
@@ -229,7 +230,7 @@ void MainView::openScene()
     const QString directory = WindowSettings().lastDirectory();
     const QString filename = QFileDialog::getOpenFileName(this, QStringLiteral("Open"), directory,
                                                           QStringLiteral("(*.dae *.xml *.DAE *.XML)"));
-    m_strayKey = Qt::Key_Escape;
+    m_keys.dialogEnded();
     if (isScene(filename))
         WindowSettings().setLastDirectory(QFileInfo(filename).absolutePath());
     openScene(filename);
@@ -275,27 +276,16 @@ void MainView::toggleFullscreen()
     showBanner();
 }
 
-void MainView::showStatus(const QString &text)
-{
-    m_status = text;
-    statusBar()->showMessage(text);
-}
-
 void MainView::showBanner()
 {
-    showStatus(bannerText);
+    m_statusLine->show(bannerText);
 }
 
 bool MainView::event(QEvent *event)
 {
-    // Where a status tip ends, the toolkit would leave the status bar empty.
-    if (event->type() == QEvent::StatusTip && static_cast<QStatusTipEvent *>(event)->tip().isEmpty()) {
-        statusBar()->showMessage(m_status);
-        return true;
-    }
     // Comes before each press of a key, which does not come when it turns out to be a shortcut's.
     if (event->type() == QEvent::ShortcutOverride)
-        m_strayKey = static_cast<QKeyEvent *>(event)->key();
+        m_keys.announce(static_cast<QKeyEvent *>(event)->key());
     // What ends the gesture will be let go of elsewhere.
     if (event->type() == QEvent::WindowBlocked || event->type() == QEvent::WindowDeactivate)
         endGesture();
@@ -325,7 +315,7 @@ void MainView::closeEvent(QCloseEvent *event)
 int MainView::run(QDialog *dialog)
 {
     const int result = dialog->exec();
-    m_strayKey = Qt::Key_Escape;
+    m_keys.dialogEnded();
     return result;
 }
 
@@ -394,7 +384,7 @@ bool MainView::grantsJoinRequest(const NetworkMessage &request)
 
 void MainView::receiveScene(const QByteArray &payload)
 {
-    showStatus(QStringLiteral("Loading model from shared session..."));
+    m_statusLine->show(QStringLiteral("Loading model from shared session..."));
     QString fault;
     if (const std::optional<QByteArray> record = ScenePayload::decode(payload, &fault)) {
         // Quirk(scene-in-place): title and start screen stay, and an animation turns what has come;
@@ -563,13 +553,12 @@ void MainView::wheelEvent(QWheelEvent *event)
 
 void MainView::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == m_strayKey)
-        m_strayKey = 0;
+    const bool isRepeat = m_keys.press(*event);
     if (m_mouseMode.pressKey(event->key()))
         return;
     const auto thumbnail = std::find(thumbnailKeys.begin(), thumbnailKeys.end(), event->key());
     if (thumbnail != thumbnailKeys.end()) {
-        if (m_startScreen && !event->isAutoRepeat())
+        if (m_startScreen && !isRepeat)
             m_startScreen->press(int(thumbnail - thumbnailKeys.begin()));
         return;
     }
@@ -590,15 +579,15 @@ void MainView::keyReleaseEvent(QKeyEvent *event)
     // A held key repeats its release; the person has not let go of it yet.
     if (event->isAutoRepeat())
         return;
-    if (event->key() == m_strayKey) {
-        m_strayKey = 0;
+    const KeyHistory::Release release = m_keys.release(*event);
+    if (release == KeyHistory::Release::Stray)
         return;
-    }
     if (m_mouseMode.releaseKey(event->key()))
         return;
     switch (event->key()) {
     case Qt::Key_F:
-        releaseFullscreenKey();
+        if (release == KeyHistory::Release::Own)
+            releaseFullscreenKey();
         break;
     case Qt::Key_Escape:
         if (isFullScreen())

@@ -2,6 +2,7 @@
 
 #include "ColladaLoaderThread.h"
 #include "JoinQuestions.h"
+#include "KeyHistory.h"
 #include "MouseMode.h"
 #include "SharedSession.h"
 
@@ -23,6 +24,7 @@ class Pipeline;
 class Scene;
 class SceneCamera;
 class StartScreen;
+class StatusLine;
 
 /// The main window: shows one scene, opens files in the background, and turns pointer, wheel and keys into
 /// camera moves.
@@ -108,8 +110,6 @@ private:
     /// Ends a swap: what is painted before all widgets have their places, or before the screen has followed,
     /// would stay where it was.
     void layOutAndRepaint();
-    /// What the status bar says until the next call, status tips aside.
-    void showStatus(const QString &text);
     void showBanner();
     /// Runs a dialog. The release of Escape that may have ended it is nobody's.
     int run(QDialog *dialog);
@@ -141,12 +141,10 @@ private:
     ColladaLoaderThread m_loaderThread;
     MouseMode m_mouseMode;
     EngineStart m_engineStart = EngineStart::Waiting;
+    StatusLine *const m_statusLine;
     LoadIndicator *m_loadIndicator = nullptr;
-    QString m_status;
     JoinQuestions m_joinQuestions;
-    /// The key whose press may have gone to a shortcut or to a dialog, so that its release is nobody's; 0 for
-    /// none.
-    int m_strayKey = 0;
+    KeyHistory m_keys;
     /// What the view acts on until the pipeline gets a scene.
     const std::unique_ptr<Scene> m_firstScene;
 };

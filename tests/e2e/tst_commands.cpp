@@ -95,6 +95,8 @@ private slots:
     void actionsReachTheirSlots();
     void statusButtonsStandInOrder();
     void statusTipsGiveTheTextBack();
+    void clickedEntriesGiveTheTextBack_data();
+    void clickedEntriesGiveTheTextBack();
 
     void openDialogOpensWhatIsTyped();
     void openDialogStartsInTheLastDirectory();
@@ -258,6 +260,29 @@ void TestCommands::statusTipsGiveTheTextBack()
     tip(QString());
     QCOMPARE(window.status(), QStringLiteral("Loading /held.dae ..."));
     held.deliver(room);
+    QTRY_COMPARE(window.status(), banner);
+}
+
+void TestCommands::clickedEntriesGiveTheTextBack_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("checkable") << QStringLiteral("&Outlines");
+    QTest::newRow("plain") << QStringLiteral("&Test animation");
+    QTest::newRow("with a text of its own") << QStringLiteral("&Fullscreen");
+}
+
+void TestCommands::clickedEntriesGiveTheTextBack()
+{
+    QFETCH(QString, text);
+    ViewerWindow window;
+    QVERIFY(window.open(room));
+    const QString banner = window.status();
+    QAction *const entry = action(window.view, text);
+    const QPoint place = window.view.menuBar()->actionGeometry(entry).center();
+    QTest::mouseMove(window.view.menuBar(), place);
+    QTRY_COMPARE(window.status(), entry->statusTip());
+    QTest::mouseClick(window.view.menuBar(), Qt::LeftButton, {}, place);
+    QTest::mouseMove(window.view.pipeline());
     QTRY_COMPARE(window.status(), banner);
 }
 

@@ -76,6 +76,7 @@ private slots:
     void closedWindowStaysClosed();
 
     void fullscreen();
+    void heldFullscreenKeySwitchesOnce();
     void windowSizeIsStored();
 };
 
@@ -375,6 +376,26 @@ void TestWindow::fullscreen()
 
     QKeyEvent repeated(QEvent::KeyRelease, Qt::Key_F, Qt::NoModifier, QStringLiteral("f"), true);
     QCoreApplication::sendEvent(&window.view, &repeated);
+    QVERIFY(!window.view.isFullScreen());
+}
+
+void TestWindow::heldFullscreenKeySwitchesOnce()
+{
+    ViewerWindow window;
+    QVERIFY(window.open(room));
+    const auto send = [&window](QEvent::Type type, unsigned long time) {
+        QKeyEvent event(type, Qt::Key_F, Qt::NoModifier, QStringLiteral("f"));
+        event.setTimestamp(time);
+        QCoreApplication::sendEvent(&window.view, &event);
+    };
+    // As from a system that does not say which events it repeats.
+    send(QEvent::KeyPress, 1000);
+    for (unsigned long time = 1500; time < 1800; time += 30) {
+        send(QEvent::KeyRelease, time);
+        QVERIFY(!window.view.isFullScreen());
+        send(QEvent::KeyPress, time);
+    }
+    send(QEvent::KeyRelease, 1810);
     QVERIFY(!window.view.isFullScreen());
 }
 
