@@ -15,7 +15,8 @@ JoinQuestions::JoinQuestions(SharedSession *session, const Ask &ask, QObject *pa
 void JoinQuestions::add(const NetworkMessage &request)
 {
     if (m_waiting.size() >= MaximumWaiting) {
-        qWarning("JoinQuestions: join request dropped, too many wait for an answer");
+        qWarning("JoinQuestions: join request refused, too many wait for an answer");
+        m_session->answer(request, false);
         return;
     }
     m_waiting.enqueue(request);

@@ -22,7 +22,7 @@ class JoinQuestions : public QObject
     Q_OBJECT
 
 public:
-    /// How many wait besides the one that is asked; more are dropped with a warning.
+    /// How many wait besides the one that is asked; more are refused at once, with a warning.
     static constexpr int MaximumWaiting = 16;
 
     /// Asks about a request and returns whether it is granted. May run an event loop.

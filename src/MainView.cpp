@@ -92,6 +92,9 @@ MainView::MainView(QWidget *parent)
     resize(WindowSettings().size());
 
     connect(&m_sharedSession, &SharedSession::messageReceived, this, &MainView::messageReceived);
+    // A scene is sent on the way to its picture, which ends with the banner.
+    connect(&m_sharedSession, &SharedSession::sceneNotSent, m_statusLine, &StatusLine::show,
+            Qt::QueuedConnection);
     m_highQualityTimer.setSingleShot(true);
     connect(&m_highQualityTimer, &QTimer::timeout, this, &MainView::highQualityPaint);
     connect(&m_animationTimer, &QTimer::timeout, this, &MainView::testAnimation);

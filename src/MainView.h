@@ -78,7 +78,7 @@ public slots:
     void showAbout();
     void initPipeline();
     /// Does what another participant of the shared session asks for.
-    void messageReceived(const Quorvel::NetworkMessage &message);
+    void messageReceived(const NetworkMessage &message);
     /// Takes `scene` over and shows it full screen; deletes it when the window has been closed in the
     /// meantime.
     void sceneLoadCompleted(Scene *scene);

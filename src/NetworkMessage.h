@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMetaType>
 #include <QString>
 
 class QDataStream;
@@ -61,3 +62,5 @@ QByteArray toTextPayload(const QString &text);
 QString fromTextPayload(const QByteArray &data);
 
 } // namespace Quorvel
+
+Q_DECLARE_METATYPE(Quorvel::NetworkMessage)

@@ -17,11 +17,22 @@ namespace
 /// Room for the largest frame and its header; a server that sends more before it is read has to wait.
 constexpr qint64 readBufferSize = qint64(MaximumFrameSize) + qint64(sizeof(quint32));
 
+QString notSent(qint64 size, qint64 limit)
+{
+    constexpr qint64 mebibyte = 1024 * 1024;
+    return QStringLiteral(
+               "The others do not get this scene: it takes %1 MiB, and a shared session carries %2 MiB.")
+        .arg((size + mebibyte - 1) / mebibyte)
+        .arg(limit / mebibyte);
+}
+
 } // namespace
 
 SharedSession::SharedSession(QObject *parent, quint16 port)
     : QObject(parent), m_port(port), m_reader(&m_socket)
 {
+    // The name in the signal's signature, which lacks the namespace.
+    qRegisterMetaType<NetworkMessage>("NetworkMessage");
     m_compressor.setMaxThreadCount(1);
     m_socket.setReadBufferSize(readBufferSize);
     connect(&m_socket, &QTcpSocket::readyRead, this, &SharedSession::readData);
@@ -149,6 +160,7 @@ void SharedSession::sendScene(const Scene &scene)
     const QByteArray record = ScenePayload::record(scene);
     if (record.size() > ScenePayload::MaximumRecordSize) {
         qWarning("SharedSession: a scene of %d bytes is too large to send", record.size());
+        emit sceneNotSent(notSent(record.size(), ScenePayload::MaximumRecordSize));
         return;
     }
     const quint64 compression = ++m_lastCompression;
@@ -183,7 +195,7 @@ void SharedSession::write(const NetworkMessage &message)
         return;
     const QByteArray frame = toFrame(message);
     if (frame.size() - int(sizeof(quint32)) > int(MaximumFrameSize)) {
-        qWarning("SharedSession: a message of %d bytes is too large to send", frame.size());
+        dropTooLarge(message, frame.size());
         return;
     }
     if (m_socket.bytesToWrite() + frame.size() > MaximumOutput) {
@@ -206,6 +218,13 @@ void SharedSession::write(const NetworkMessage &message)
         begin += int(written);
         m_socket.flush();
     }
+}
+
+void SharedSession::dropTooLarge(const NetworkMessage &message, int frameSize)
+{
+    qWarning("SharedSession: a message of %d bytes is too large to send", frameSize);
+    if (message.kind == NetworkMessage::SceneRecord)
+        emit sceneNotSent(notSent(frameSize, MaximumFrameSize));
 }
 
 void SharedSession::sendHeldMove()

@@ -69,8 +69,8 @@ public:
     /// Sends the answer to another participant's join request, which names the one who asked.
     void answer(const NetworkMessage &request, bool accepted);
 
-    /// Sends a complete scene as it is now. One above ScenePayload::MaximumRecordSize is dropped with a
-    /// warning.
+    /// Sends a complete scene as it is now. One above ScenePayload::MaximumRecordSize, or above
+    /// MaximumFrameSize when it is compressed, is dropped with a warning and sceneNotSent().
     void sendScene(const Scene &scene);
 
 public slots:
@@ -79,8 +79,12 @@ public slots:
     void readData();
 
 signals:
-    /// A camera move, a join request or a scene has come in, whether or not the session is active.
-    void messageReceived(const Quorvel::NetworkMessage &message);
+    /// A camera move, a join request or a scene has come in, whether or not the session is active. Known to
+    /// string-based connections as messageReceived(NetworkMessage).
+    void messageReceived(const NetworkMessage &message);
+    /// A scene is larger than a session carries; the sentence, for people, says what the limit is. The
+    /// session goes on.
+    void sceneNotSent(const QString &sentence);
 
 private:
     /// A message in the queue behind a scene, or the scene itself.
@@ -97,6 +101,7 @@ private:
     std::function<void()> compressionTask(quint64 compression, const QByteArray &record);
     void sceneCompressed(quint64 compression, const QByteArray &data);
     void write(const NetworkMessage &message);
+    void dropTooLarge(const NetworkMessage &message, int frameSize);
     void sendHeldMove();
 
     const quint16 m_port;

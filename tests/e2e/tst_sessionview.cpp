@@ -4,6 +4,7 @@
 #include "OwnNetwork.h"
 #include "RecordRoundTrip.h"
 #include "RecordSamples.h"
+#include "SceneAssembly.h"
 #include "SessionWindow.h"
 
 #include <QLabel>
@@ -21,13 +22,6 @@ const QString hall = QStringLiteral(QUORVEL_FIXTURES "/window/hall.dae");
 
 const QString serverKey = QStringLiteral("SharedSessions/server");
 const QString userNameKey = QStringLiteral("SharedSessions/username");
-
-QMatrix4x4 translation(float x, float y, float z)
-{
-    QMatrix4x4 matrix;
-    matrix.translate(x, y, z);
-    return matrix;
-}
 
 /// The data of a camera move, written from its byte layout.
 QByteArray cameraData(const QMatrix4x4 &transform)
@@ -83,6 +77,7 @@ private slots:
 
     void joinRequestsAreAnsweredOneAfterAnother();
     void moreJoinRequestsThanAnyoneAnswers();
+    void saysWhenASceneIsTooLargeToSend();
     void sceneDuringAQuestion();
 
     void serverGoesAndComesBack();
@@ -510,8 +505,9 @@ void TestSessionView::moreJoinRequestsThanAnyoneAnswers()
     JoinedWindow window;
     QVERIFY(window.open(room));
     QVERIFY(window.join());
-    // One is asked about, 16 wait, and three are dropped.
-    constexpr int answered = 17;
+    // One is asked about, 16 wait, and three are refused without a question.
+    constexpr int asked = 17;
+    constexpr int refused = 3;
     {
         const MessageCapture capture;
         const Answering<JoinRequestDialog> answering([&window](JoinRequestDialog *dialog, int) {
@@ -520,23 +516,49 @@ void TestSessionView::moreJoinRequestsThanAnyoneAnswers()
             click(dialog, QDialogButtonBox::Cancel);
             return true;
         });
-        for (int i = 0; i < answered + 3; ++i)
-            window.peer.send(joinRequest("11", "Ann"));
+        for (int i = 0; i < asked + refused; ++i)
+            window.peer.send(joinRequest(QByteArray::number(i).constData(), "Ann"));
         window.send(2, cameraData(translation(0, 0, 20)));
-        QTRY_COMPARE_WITH_TIMEOUT(answering.count(), answered, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(answering.count(), asked, patience);
         QCOMPARE(
             MessageCapture::lines()
-                .filter(QStringLiteral("JoinQuestions: join request dropped, too many wait for an answer"))
+                .filter(QStringLiteral("JoinQuestions: join request refused, too many wait for an answer"))
                 .size(),
-            3);
+            refused);
     }
-    for (int i = 0; i < answered; ++i) {
+    // Those that found no room hear it first.
+    for (int i = 0; i < asked + refused; ++i) {
         QVERIFY(window.takeFrame());
         QCOMPARE(window.frame.kind, 5);
+        const int asker = i < refused ? asked + i : i - refused;
+        QCOMPARE(window.frame.clientId, SessionPeer::utf16(QByteArray::number(asker).constData()));
     }
     window.wheel(120);
     QVERIFY(window.takeFrame());
     QCOMPARE(window.frame.kind, 2);
+}
+
+void TestSessionView::saysWhenASceneIsTooLargeToSend()
+{
+    JoinedWindow window;
+    QVERIFY(window.open(room));
+    QVERIFY(window.join());
+    auto *const scene = new Scene;
+    SceneAssembly assembly(scene);
+    // 24 bytes each in the record, which takes a little more than 256 MiB.
+    assembly.geometry(QStringLiteral("g"))->setExtraVectors(QVector<QVector3D>(256 * 1024 * 1024 / 24));
+    assembly.node(QStringLiteral("c"), nullptr, assembly.camera(QStringLiteral("c")));
+    scene->complete();
+    window.view.sceneLoadCompleted(scene);
+    QTRY_COMPARE(window.status(),
+                 QStringLiteral("The others do not get this scene: it takes 257 MiB, and a shared "
+                                "session carries 256 MiB."));
+    // The session goes on, and so does the window.
+    window.wheel(120);
+    QVERIFY(window.takeFrame());
+    QCOMPARE(window.frame.kind, 2);
+    QVERIFY(window.openNext(room));
+    QVERIFY(window.isIdle());
 }
 
 void TestSessionView::sceneDuringAQuestion()

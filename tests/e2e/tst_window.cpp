@@ -98,8 +98,8 @@ void TestWindow::slotsHaveTheirNamesAndOrder()
          {"openScene(QString)", "testAnimation()", "highQualityPaint()", "openScene()", "selectPipeline()",
           "toggleBackfaceCulling()", "toggleCastShadows()", "toggleAmbientOcclusion()", "toggleLowQuality()",
           "toggleTestAnimation()", "toggleFullscreen()", "toggleOutlines()", "joinSharedSession()",
-          "showAbout()", "initPipeline()", "messageReceived(Quorvel::NetworkMessage)",
-          "sceneLoadCompleted(Scene*)", "initialized()", "showStartScreen()"}) {
+          "showAbout()", "initPipeline()", "messageReceived(NetworkMessage)", "sceneLoadCompleted(Scene*)",
+          "initialized()", "showStartScreen()"}) {
         const int index = signatures.indexOf(signature);
         QVERIFY2(index > previous, signature);
         previous = index;

@@ -91,9 +91,13 @@ void TestSharedSending::tooLargeToSend()
     JoinedSession joined;
     QVERIFY(joined.join());
     const MessageCapture capture;
+    QSignalSpy notSent(&joined.session, &SharedSession::sceneNotSent);
     NetworkMessage message(NetworkMessage::SceneRecord);
     message.data = QByteArray(64 * 1024 * 1024 - 12, 'x');
     joined.session.send(message);
+    QCOMPARE(notSent.value(0).value(0).toString(),
+             QStringLiteral(
+                 "The others do not get this scene: it takes 65 MiB, and a shared session carries 64 MiB."));
     QCOMPARE(MessageCapture::lines(),
              {QStringLiteral("SharedSession: a message of 67108869 bytes is too large to send")});
     joined.session.send(NetworkMessage(NetworkMessage::CameraTransform));

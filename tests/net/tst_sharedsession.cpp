@@ -17,6 +17,17 @@ bool isKind(const NetworkMessage &message, int kind)
 } // namespace
 
 /// Joining a session, and what is made of what comes in.
+class Listener : public QObject
+{
+    Q_OBJECT
+
+public slots:
+    void listen(const NetworkMessage &message) { heard.append(message); }
+
+public:
+    QList<NetworkMessage> heard;
+};
+
 class TestSharedSession : public QObject
 {
     Q_OBJECT
@@ -34,6 +45,8 @@ private slots:
     void unreachableServer();
 
     void receivedBeforeActive();
+    void signalIsKnownByItsPlainName_data();
+    void signalIsKnownByItsPlainName();
     void fieldsOfReceivedMessages();
     void everyOtherKindIsInvalid();
     void framesSplitAtEveryByte();
@@ -174,6 +187,27 @@ void TestSharedSession::receivedBeforeActive()
     QVERIFY(joined.waitForMessages(3));
     QCOMPARE(joined.kinds(), QByteArray("236"));
     QVERIFY(!joined.session.isActive());
+}
+
+void TestSharedSession::signalIsKnownByItsPlainName_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("direct") << int(Qt::DirectConnection);
+    // Copies the message by the name of its type.
+    QTest::newRow("queued") << int(Qt::QueuedConnection);
+}
+
+void TestSharedSession::signalIsKnownByItsPlainName()
+{
+    QFETCH(int, type);
+    JoinedSession joined;
+    Listener listener;
+    QVERIFY(QObject::connect(&joined.session, SIGNAL(messageReceived(NetworkMessage)), &listener,
+                             SLOT(listen(NetworkMessage)), Qt::ConnectionType(type)));
+    QVERIFY(joined.join());
+    joined.deliver(SessionPeer::frame(6, SessionPeer::utf16("8"), {}, "scene"));
+    QTRY_COMPARE(listener.heard.size(), 1);
+    QCOMPARE(listener.heard.first().data, QByteArray("scene"));
 }
 
 void TestSharedSession::fieldsOfReceivedMessages()
