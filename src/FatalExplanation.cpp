@@ -3,6 +3,7 @@
 #include <QtGlobal>
 
 #include <cstdio>
+#include <cstdlib>
 
 namespace Quorvel
 {
@@ -11,6 +12,7 @@ namespace
 {
 
 thread_local QString t_explanation;
+thread_local const FatalExit *t_exit = nullptr;
 
 /// What the toolkit says at every start without a display, and nobody needs to know.
 bool isChatter(const QString &message)
@@ -24,6 +26,8 @@ void writeDiagnostic(QtMsgType type, const QMessageLogContext &context, const QS
 {
     if (type == QtWarningMsg && isChatter(message))
         return;
+    if (type == QtFatalMsg && t_exit)
+        t_exit->end();
     QByteArray line = qFormatLogMessage(type, context, message).toLocal8Bit() + '\n';
     if (type == QtFatalMsg && !t_explanation.isEmpty())
         line += t_explanation.toLocal8Bit() + '\n';
@@ -51,6 +55,23 @@ FatalExplanation::FatalExplanation(const QString &sentence) : m_previous(t_expla
 FatalExplanation::~FatalExplanation()
 {
     t_explanation = m_previous;
+}
+
+FatalExit::FatalExit(const QString &sentence, int status) : m_sentence(sentence), m_status(status)
+{
+    t_exit = this;
+}
+
+FatalExit::~FatalExit()
+{
+    t_exit = nullptr;
+}
+
+void FatalExit::end() const
+{
+    fprintf(stderr, "%s\n", m_sentence.toLocal8Bit().constData());
+    fflush(stderr);
+    std::_Exit(m_status);
 }
 
 } // namespace Quorvel

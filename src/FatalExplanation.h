@@ -28,4 +28,21 @@ private:
     QString m_previous;
 };
 
+/// For a scope in which a fatal message is nobody's programming error: in place of the message the sentence
+/// is printed, and the program ends with the status rather than by a signal. One at a time.
+class FatalExit
+{
+public:
+    FatalExit(const QString &sentence, int status);
+    ~FatalExit();
+    FatalExit(const FatalExit &) = delete;
+    FatalExit &operator=(const FatalExit &) = delete;
+
+    [[noreturn]] void end() const;
+
+private:
+    const QString m_sentence;
+    const int m_status;
+};
+
 } // namespace Quorvel

@@ -135,7 +135,7 @@ void MainView::initPipeline()
         m_statusLine->show(complaint);
     }
     // Quirk(early-load): a scene that came in before the engine was up is dropped for an empty one, unseen;
-    // the start always ends in the same view, and `--open` is the way to a file that waits for it.
+    // the engine always comes up in the same view, and the program opens its scene once more after that.
     replaceScene(new Scene);
     if (std::exchange(m_engineStart, EngineStart::Done) == EngineStart::AnnouncedEarly)
         initialized();
@@ -153,6 +153,8 @@ void MainView::initialized()
     m_pipeline->update();
     showStartScreen();
     showBanner();
+    if (const auto callback = std::exchange(m_engineIsUp, nullptr))
+        callback();
 }
 
 // Start screen and viewport
@@ -221,6 +223,7 @@ void MainView::openScene(const QString &filename)
     setWindowTitle(QStringLiteral("Quorvel"));
     m_statusLine->show(QStringLiteral("Loading %1 ...").arg(displayName(filename)));
     m_loadIndicator->begin();
+    m_isLoading = true;
     m_loaderThread.load(filename);
 }
 
@@ -242,6 +245,7 @@ void MainView::openScene()
 void MainView::sceneLoadCompleted(Scene *scene)
 {
     m_loadIndicator->end();
+    m_isLoading = false;
     if (!isVisible()) {
         delete scene;
         return;

@@ -10,6 +10,7 @@
 #include <QPoint>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 
 class QDialog;
@@ -51,6 +52,12 @@ public:
 
     /// A file's name as title and status bar show it: its absolute path without its directory's.
     static QString displayName(const QString &filename);
+
+    /// Whether a load has begun whose scene has not come in.
+    bool isLoading() const { return m_isLoading; }
+
+    /// Calls back when the engine has come up and the start screen is there. For one caller, before that.
+    void whenEngineIsUp(const std::function<void()> &callback) { m_engineIsUp = callback; }
 
     /// Places the camera: `transform` becomes the local transform of the active camera node. Counts as
     /// interaction.
@@ -141,6 +148,8 @@ private:
     ColladaLoaderThread m_loaderThread;
     MouseMode m_mouseMode;
     EngineStart m_engineStart = EngineStart::Waiting;
+    std::function<void()> m_engineIsUp;
+    bool m_isLoading = false;
     StatusLine *const m_statusLine;
     LoadIndicator *m_loadIndicator = nullptr;
     JoinQuestions m_joinQuestions;

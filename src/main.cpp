@@ -1,58 +1,22 @@
 #include "FatalExplanation.h"
+#include "GivenScene.h"
 #include "MainView.h"
-#include "Pipeline.h"
+#include "ViewerOptions.h"
 
 #include <QApplication>
-#include <QCommandLineParser>
 #include <QFileInfo>
 #include <QIcon>
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 using namespace Quorvel;
 
 namespace
 {
 
-enum ExitStatus { UsageError = 2 };
-
-struct CommandLine
-{
-    CommandLine()
-    {
-        parser.setApplicationDescription(QStringLiteral("Interactive 3D scene viewer for COLLADA files."));
-        // The toolkit's own options have one dash; as letters, "-reverse" would ask for the version.
-        parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-        parser.addOption(open);
-        parser.addPositionalArgument(
-            QStringLiteral("scene"),
-            QStringLiteral("Open this file at once, while the engine is coming up. A small "
-                           "file that is read before the engine is up is not shown."),
-            QStringLiteral("[scene]"));
-    }
-
-    bool asksForText() const { return parser.isSet(help) || parser.isSet(version); }
-
-    QCommandLineParser parser;
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
-    const QCommandLineOption open{QStringLiteral("open"),
-                                  QStringLiteral("Open FILE as soon as the engine is up."),
-                                  QStringLiteral("FILE")};
-};
-
-/// Help and version are answered without a display too, so they are looked for before there is an
-/// application.
-bool asksForText(int argc, char *argv[])
-{
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
-    CommandLine commandLine;
-    commandLine.parser.parse(arguments);
-    return commandLine.asksForText();
-}
+enum ExitStatus { UsageError = 2, NoDisplay = 5 };
 
 void warnIfNoFile(const QString &filename)
 {
@@ -71,7 +35,22 @@ QIcon programIcon()
     return icon;
 }
 
-int showWindow(const CommandLine &commandLine)
+void openGivenScene(MainView *view, const ViewerOptions &options)
+{
+    const bool waits = options.scene.isEmpty();
+    const QString filename = waits ? options.sceneToWaitWith : options.scene;
+    // Empty when a launcher has no file to name.
+    if (filename.isEmpty())
+        return;
+    warnIfNoFile(filename);
+    // What comes through a pipe cannot be read twice.
+    if (waits || !QFileInfo(filename).isFile())
+        GivenScene::openOnceUp(view, filename);
+    else
+        GivenScene::openAtOnce(view, filename);
+}
+
+int showWindow(const ViewerOptions &options)
 {
     QApplication::setWindowIcon(programIcon());
     QApplication::setDesktopFileName(QStringLiteral("quorvel"));
@@ -79,21 +58,63 @@ int showWindow(const CommandLine &commandLine)
     view.setWindowTitle(QStringLiteral("Quorvel"));
     view.resize(640, 480);
     view.show();
-
-    const QStringList scenes = commandLine.parser.positionalArguments();
-    if (!scenes.isEmpty()) {
-        warnIfNoFile(scenes.first());
-        view.openScene(scenes.first());
-    }
-    // Empty when a launcher has no file to name.
-    const QString filename = commandLine.parser.value(commandLine.open);
-    if (!filename.isEmpty()) {
-        warnIfNoFile(filename);
-        QObject::connect(
-            view.pipeline(), &Pipeline::initialized, &view, [&view, filename] { view.openScene(filename); },
-            Qt::QueuedConnection);
-    }
+    openGivenScene(&view, options);
     return QApplication::exec();
+}
+
+void nameApplication()
+{
+    QCoreApplication::setOrganizationName(QStringLiteral("Quorvel Project"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("quorvel.org"));
+    QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(QUORVEL_VERSION));
+}
+
+/// Answers what needs no display, the same with one and without. Nothing where a window is asked for.
+std::optional<int> answer(const ViewerOptions &options, int argc, char *argv[])
+{
+    switch (options.request) {
+    case ViewerOptions::Request::Refuse:
+        fprintf(stderr, "quorvel: %s\n", qPrintable(options.error));
+        return UsageError;
+    case ViewerOptions::Request::Version:
+        printf("%s %s\n", qPrintable(QCoreApplication::applicationName()), QUORVEL_VERSION);
+        return 0;
+    case ViewerOptions::Request::Help: {
+        const QCoreApplication application(argc, argv);
+        showViewerHelp(options.request);
+    }
+    case ViewerOptions::Request::FullHelp: {
+        // Only an application with windows knows all of the toolkit's options.
+        qputenv("QT_QPA_PLATFORM", "minimal");
+        int count = 1;
+        const QApplication application(count, argv);
+        showViewerHelp(options.request);
+    }
+    case ViewerOptions::Request::ShowWindow:
+        break;
+    }
+    return std::nullopt;
+}
+
+QString missingDisplay(const ViewerOptions &options)
+{
+    const QString display = options.display.isEmpty() ? qEnvironmentVariable("DISPLAY") : options.display;
+    const QString platform =
+        options.platform.isEmpty() ? qEnvironmentVariable("QT_QPA_PLATFORM") : options.platform;
+    if (!platform.isEmpty() && platform != QLatin1String("xcb"))
+        return QStringLiteral("there is no display \"%1\"").arg(platform);
+    if (!display.isEmpty())
+        return QStringLiteral("the display \"%1\" does not answer").arg(display);
+    return QStringLiteral("there is no display: DISPLAY is not set");
+}
+
+std::unique_ptr<QApplication> makeApplication(const ViewerOptions &options, int &argc, char *argv[])
+{
+    const FatalExit withoutDisplay(
+        QStringLiteral("quorvel: %1. quorvel-render draws scenes without one").arg(missingDisplay(options)),
+        NoDisplay);
+    return std::make_unique<QApplication>(argc, argv);
 }
 
 } // namespace
@@ -103,26 +124,13 @@ int main(int argc, char *argv[])
     installDiagnostics();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    const std::unique_ptr<QCoreApplication> application(
-        asksForText(argc, argv) ? new QCoreApplication(argc, argv) : new QApplication(argc, argv));
-    QCoreApplication::setOrganizationName(QStringLiteral("Quorvel Project"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("quorvel.org"));
-    QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(QUORVEL_VERSION));
-
-    CommandLine commandLine;
-    const bool understood = commandLine.parser.parse(QCoreApplication::arguments());
-    if (commandLine.parser.isSet(commandLine.help))
-        commandLine.parser.showHelp();
-    if (commandLine.parser.isSet(commandLine.version))
-        commandLine.parser.showVersion();
-    if (!understood) {
-        fprintf(stderr, "quorvel: %s\n", qPrintable(commandLine.parser.errorText()));
-        return UsageError;
-    }
-    if (commandLine.parser.isSet(commandLine.open) && !commandLine.parser.positionalArguments().isEmpty()) {
-        fprintf(stderr, "quorvel: give a scene or --open FILE, not both\n");
-        return UsageError;
-    }
-    return showWindow(commandLine);
+    nameApplication();
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    const ViewerOptions options = parseViewerOptions(arguments);
+    if (const std::optional<int> status = answer(options, argc, argv))
+        return *status;
+    const std::unique_ptr<QApplication> application = makeApplication(options, argc, argv);
+    return showWindow(options);
 }

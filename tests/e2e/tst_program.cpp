@@ -1,5 +1,6 @@
 #include "HeldFile.h"
 #include "ProgramHome.h"
+#include "StillPicture.h"
 #include "ViewerProcess.h"
 #include "VirtualScreen.h"
 #include "Wall.h"
@@ -21,9 +22,9 @@ const QString room = QStringLiteral(QUORVEL_FIXTURES "/window/room.dae");
 const QString startTitle = QStringLiteral("Quorvel");
 const QString roomTitle = QStringLiteral("/room.dae - Quorvel");
 
-ProgramEnd runWithoutDisplay(const QString &option)
+ProgramEnd runWithoutDisplay(const QStringList &arguments, const QMap<QString, QString> &variables = {})
 {
-    return ProgramHome().run(QStringLiteral(QUORVEL_PROGRAM), {option});
+    return ProgramHome().run(QStringLiteral(QUORVEL_PROGRAM), arguments, variables);
 }
 
 } // namespace
@@ -36,6 +37,8 @@ private slots:
     void init();
 
     void answersWithoutDisplay();
+    void namesTheMissingDisplay_data();
+    void namesTheMissingDisplay();
     void manPageNamesEveryOption();
     void refusesWrongUsage_data();
     void refusesWrongUsage();
@@ -43,7 +46,8 @@ private slots:
     void saysWhenFileIsMissing_data();
     void saysWhenFileIsMissing();
     void opensSceneOnceTheEngineIsUp();
-    void sceneBeforeTheEngineIsNotShown();
+    void plainSceneEndsOnTheScreen_data();
+    void plainSceneEndsOnTheScreen();
     void keysLeaveFullScreenAndQuit();
     void pointerAndWheelMoveThePicture();
     void endsDuringLoad_data();
@@ -57,20 +61,59 @@ void TestProgram::init()
 
 void TestProgram::answersWithoutDisplay()
 {
-    const ProgramEnd version = runWithoutDisplay(QStringLiteral("--version"));
+    const ProgramEnd version = runWithoutDisplay({QStringLiteral("--version")});
     QCOMPARE(version.status, 0);
     QCOMPARE(version.out, QStringLiteral("Quorvel " QUORVEL_VERSION "\n"));
 
-    const ProgramEnd help = runWithoutDisplay(QStringLiteral("--help"));
+    const ProgramEnd help = runWithoutDisplay({QStringLiteral("--help")});
     QCOMPARE(help.status, 0);
     QVERIFY(help.out.contains(QStringLiteral("--open <FILE>")));
     QVERIFY(help.out.contains(QStringLiteral("[scene]")));
     QCOMPARE(help.err, QString());
+
+    const ProgramEnd full = runWithoutDisplay({QStringLiteral("--help-all")});
+    QCOMPARE(full.status, 0);
+    QVERIFY(full.out.contains(QStringLiteral("--open <FILE>")));
+    QVERIFY(full.out.contains(QStringLiteral("--platform <platformName[:options]>")));
+    QCOMPARE(full.err, QString());
+}
+
+void TestProgram::namesTheMissingDisplay_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("display");
+    QTest::addColumn<QString>("sentence");
+    const QString advice = QStringLiteral(". quorvel-render draws scenes without one\n");
+    QTest::newRow("none") << QStringList{} << QString()
+                          << QStringLiteral("quorvel: there is no display: DISPLAY is not set") + advice;
+    QTest::newRow("a scene and none")
+        << QStringList{room} << QString()
+        << QStringLiteral("quorvel: there is no display: DISPLAY is not set") + advice;
+    QTest::newRow("one that is gone")
+        << QStringList{} << QStringLiteral(":4711")
+        << QStringLiteral("quorvel: the display \":4711\" does not answer") + advice;
+    QTest::newRow("one that is gone, by option")
+        << QStringList{QStringLiteral("-display"), QStringLiteral(":4711")} << QString()
+        << QStringLiteral("quorvel: the display \":4711\" does not answer") + advice;
+    QTest::newRow("a kind that is unknown")
+        << QStringList{QStringLiteral("-platform"), QStringLiteral("wall")} << QString()
+        << QStringLiteral("quorvel: there is no display \"wall\"") + advice;
+}
+
+void TestProgram::namesTheMissingDisplay()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, display);
+    QFETCH(QString, sentence);
+    const ProgramEnd end = runWithoutDisplay(arguments, {{QStringLiteral("DISPLAY"), display}});
+    QVERIFY(!end.crashed);
+    QCOMPARE(end.status, 5);
+    QVERIFY2(end.err.endsWith(sentence), qPrintable(end.err));
 }
 
 void TestProgram::manPageNamesEveryOption()
 {
-    const QString help = runWithoutDisplay(QStringLiteral("--help")).out;
+    const QString help = runWithoutDisplay({QStringLiteral("--help")}).out;
     QCOMPARE(optionsNotInManPage(QStringLiteral("quorvel"), help), QStringList());
 }
 
@@ -82,8 +125,16 @@ void TestProgram::refusesWrongUsage_data()
                                     << QStringLiteral("quorvel: Unknown option 'colour'.\n");
     QTest::newRow("no file") << QStringList{QStringLiteral("--open")}
                              << QStringLiteral("quorvel: Missing value after '--open'.\n");
-    QTest::newRow("two scenes") << QStringList{QStringLiteral("--open"), room, room}
-                                << QStringLiteral("quorvel: give a scene or --open FILE, not both\n");
+    QTest::newRow("a scene and --open") << QStringList{QStringLiteral("--open"), room, room}
+                                        << QStringLiteral("quorvel: give a scene or --open FILE, not both\n");
+    QTest::newRow("two scenes") << QStringList{room, room}
+                                << QStringLiteral("quorvel: one scene at a time\n");
+    QTest::newRow("--open twice") << QStringList{QStringLiteral("--open"), room, QStringLiteral("--open"),
+                                                 room}
+                                  << QStringLiteral("quorvel: one scene at a time\n");
+    QTest::newRow("behind an option of the toolkit")
+        << QStringList{QStringLiteral("-platform"), QStringLiteral("xcb"), QStringLiteral("--colour")}
+        << QStringLiteral("quorvel: Unknown option 'colour'.\n");
 }
 
 void TestProgram::refusesWrongUsage()
@@ -93,6 +144,10 @@ void TestProgram::refusesWrongUsage()
     Viewer viewer(arguments);
     QCOMPARE(viewer.exitCode(), 2);
     QCOMPARE(QString::fromUtf8(viewer.process().readAllStandardError()), message);
+
+    const ProgramEnd withoutDisplay = runWithoutDisplay(arguments);
+    QCOMPARE(withoutDisplay.status, 2);
+    QCOMPARE(withoutDisplay.err, message);
 }
 
 void TestProgram::startsWithoutScene()
@@ -158,16 +213,25 @@ void TestProgram::opensSceneOnceTheEngineIsUp()
     QCOMPARE(viewer.quit(), 0);
 }
 
-void TestProgram::sceneBeforeTheEngineIsNotShown()
+void TestProgram::plainSceneEndsOnTheScreen_data()
 {
-    Viewer viewer({room});
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("not seen before") << QStringList{room};
+    QTest::newRow("cached") << QStringList{room};
+    QTest::newRow("beside an option of the toolkit")
+        << QStringList{QStringLiteral("-style"), QStringLiteral("windows"), room};
+}
+
+void TestProgram::plainSceneEndsOnTheScreen()
+{
+    QFETCH(QStringList, arguments);
+    Viewer viewer(arguments);
+    // It may come and go before the engine is up. Then it stays.
     QVERIFY(Viewer::waitForWindow(roomTitle));
-    // The scene fills the screen until the engine is up, which shows the start screen instead.
-    QTRY_VERIFY(!Viewer::isFullScreen(Viewer::window(roomTitle)));
-    QTRY_COMPARE(Viewer::size(Viewer::window(roomTitle)), QSize(640, 480));
-    const QImage before = screenshot();
-    QTRY_VERIFY(screenshot() != before);
-    QVERIFY(!Wall(before).isVisible());
+    const QImage atRest = stillPicture(screenshot, 10000);
+    QVERIFY(Viewer::isFullScreen(Viewer::window(roomTitle)));
+    QVERIFY(isNear(atRest.pixelColor(640 - 90, 400 - 90), red));
+    QVERIFY(isNear(atRest.pixelColor(640 + 90, 400 - 90), green));
     QCOMPARE(viewer.quit(), 0);
 }
 

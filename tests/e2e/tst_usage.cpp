@@ -161,7 +161,8 @@ void TestUsage::lateSceneReplacesTheStartScreen()
     HeldFile held(QStringLiteral("held.dae"));
     Viewer viewer({held.path()});
     QVERIFY(Viewer::waitForWindow(startTitle));
-    QVERIFY(logoTurns());
+    QTRY_VERIFY(held.isAwaited());
+    QTRY_VERIFY(!logoTurns());
     QVERIFY(!Viewer::isFullScreen(Viewer::window(startTitle)));
     held.deliver(room);
     QTRY_VERIFY_WITH_TIMEOUT(isOpen(QStringLiteral("held.dae")), startTimeout);

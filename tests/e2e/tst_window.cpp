@@ -1,5 +1,7 @@
 #include "ColladaLoader.h"
+#include "GivenScene.h"
 #include "HeldFile.h"
+#include "MessageCapture.h"
 #include "ViewerWindow.h"
 
 #include <QMetaMethod>
@@ -71,6 +73,9 @@ private slots:
     void requestDuringLoadIsIgnored();
     void sceneBeforeTheEngineIsNotShown();
     void loadStartedBeforeTheEngineIsShown();
+    void givenSceneBeforeTheEngineIsOpenedAgain();
+    void givenSceneAfterTheEngineStandsStill();
+    void missingGivenSceneLeavesTheStart();
     void openingStopsTheAnimation();
     void closingDuringLoad();
     void closedWindowStaysClosed();
@@ -295,6 +300,48 @@ void TestWindow::loadStartedBeforeTheEngineIsShown()
     window.view.toggleTestAnimation();
     window.view.setCameraTransform(roomCamera());
     QTRY_VERIFY(isNear(shown(window.view, 90, 90), green));
+}
+
+void TestWindow::givenSceneBeforeTheEngineIsOpenedAgain()
+{
+    ViewerWindow window;
+    QTemporaryDir folder;
+    const QString copy = folder.filePath(QStringLiteral("copy.dae"));
+    QVERIFY(QFile::copy(room, copy));
+    const MessageCapture capture;
+    GivenScene::openAtOnce(&window.view, copy);
+    // Its first coming is over, and the logo is there.
+    QTRY_VERIFY(window.startScreen());
+    QTRY_COMPARE(window.title(), QStringLiteral("/copy.dae - Quorvel"));
+    QTRY_VERIFY(window.view.isFullScreen() && !window.startScreen());
+    QVERIFY(!window.state().animating());
+    QCOMPARE(window.view.scene()->name(), copy);
+    QTRY_VERIFY(isNear(shown(window.view, 90, 90), green));
+    QCOMPARE(MessageCapture::lines().filter(QStringLiteral("Load time: ")).size(), 3);
+}
+
+void TestWindow::givenSceneAfterTheEngineStandsStill()
+{
+    ViewerWindow window;
+    HeldFile held(QStringLiteral("held.dae"));
+    GivenScene::openAtOnce(&window.view, held.path());
+    QVERIFY(window.view.isLoading());
+    QVERIFY(window.start());
+    QVERIFY(!window.state().animating());
+    held.deliver(room);
+    QTRY_COMPARE(window.title(), QStringLiteral("/held.dae - Quorvel"));
+    QVERIFY(!window.view.isLoading());
+    QVERIFY(!window.state().animating());
+    QCOMPARE(window.camera(), roomCamera());
+    QTRY_VERIFY(isNear(shown(window.view, 90, 90), green));
+}
+
+void TestWindow::missingGivenSceneLeavesTheStart()
+{
+    ViewerWindow window;
+    GivenScene::openAtOnce(&window.view, room + QStringLiteral(".not"));
+    QVERIFY(window.start());
+    QVERIFY(window.state().animating());
 }
 
 void TestWindow::openingStopsTheAnimation()
