@@ -9,36 +9,74 @@ if [ -n "${NO_COLOR:-}" ] || [ ! -t 2 ]; then
 fi
 die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
+# Names that Debian 12 and 13 share.
 build_packages=(
     cmake ninja-build g++
     qtbase5-dev libqt5opengl5-dev libqt5xmlpatterns5-dev
     libgles-dev libegl-dev libgl-dev libgl1-mesa-dri
-    robin-map-dev zlib1g-dev libgoogle-perftools-dev
-    libembree-dev libtbb-dev libstb-dev
+    zlib1g-dev
 )
+# What single programs need, which are left out without it, and what makes the viewer faster.
+companion_packages=(libembree-dev libtbb-dev libstb-dev robin-map-dev libgoogle-perftools-dev)
 # A screen for machines without one: to show the viewer on, and for the tests of windows.
 screen_packages=(xvfb openbox x11-utils imagemagick)
-test_packages=(xdotool glslang-tools libbenchmark-dev wmctrl python3 desktop-file-utils)
+test_packages=(xdotool glslang-tools libbenchmark-dev wmctrl python3 desktop-file-utils git)
 
-# install_packages <package>...: installs those that are missing, as root or through sudo.
-install_packages() {
-    local package missing=()
+# missing_packages <package>...: prints those that are not installed.
+missing_packages() {
+    local package
     for package in "$@"; do
-        dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+        dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || echo "$package"
     done
-    [ ${#missing[@]} -eq 0 ] && return
-    command -v apt-get >/dev/null ||
-        die "these Debian packages are needed and there is no apt-get to install them: ${missing[*]}"
-    local as_root=()
-    if [ "$(id -u)" -ne 0 ]; then
-        command -v sudo >/dev/null || die "run as root: apt-get install ${missing[*]}"
-        as_root=(sudo)
+}
+
+# as_root <command>...: through sudo where need be.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        say "To be run as root: $*"
+        return 1
     fi
-    say "Installing: ${missing[*]}"
-    "${as_root[@]}" apt-get update -qq || die "apt-get update failed"
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null ||
-        die "apt-get could not install: ${missing[*]}"
+}
+
+# is_packaged <package>: whether the distribution has it.
+is_packaged() {
+    compgen -G '/var/lib/apt/lists/*_Packages*' >/dev/null || as_root apt-get update -qq
+    apt-cache show "$1" >/dev/null 2>&1
+}
+
+# apt_install <package>...: says why it could not.
+apt_install() {
+    if ! command -v apt-get >/dev/null; then
+        say "These Debian packages are needed and there is no apt-get to install them: $*"
+        return 1
+    fi
+    say "Installing: $*"
+    as_root apt-get update -qq || { say "apt-get update failed"; return 1; }
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@" >/dev/null
+}
+
+# install_packages <package>...: installs those that are missing.
+install_packages() {
+    local missing
+    mapfile -t missing < <(missing_packages "$@")
+    [ ${#missing[@]} -eq 0 ] || apt_install "${missing[@]}" || die "could not install: ${missing[*]}"
+}
+
+# install_companions: installs what is missing and to be had of companion_packages, after everything else.
+install_companions() {
+    local package missing=()
+    for package in $(missing_packages "${companion_packages[@]}"); do
+        if is_packaged "$package"; then
+            missing+=("$package")
+        else
+            say "Going on without $package, which this system does not have"
+        fi
+    done
+    [ ${#missing[@]} -eq 0 ] || apt_install "${missing[@]}" || say "Going on without ${missing[*]}"
 }
 
 # build <preset> [target...]: configures and builds.

@@ -2,7 +2,11 @@
 
 #include "SampleSequence.h"
 
+#if QUORVEL_EMBREE >= 4
+#include <embree4/rtcore.h>
+#else
 #include <embree3/rtcore.h>
+#endif
 #include <oneapi/tbb/task_arena.h>
 
 #include <cmath>
@@ -64,16 +68,40 @@ void setRay(RTCRay *ray, const QVector3D &origin, const QVector3D &direction, fl
     ray->flags = 0;
 }
 
-RayScene::Hit intersect(const Part &part, const QVector3D &origin, const QVector3D &direction, float near,
-                        float far)
+#if QUORVEL_EMBREE >= 4
+void askNearest(RTCScene scene, RTCRayHit *query)
+{
+    rtcIntersect1(scene, query);
+}
+
+void askBlocked(RTCScene scene, RTCRay *ray)
+{
+    rtcOccluded1(scene, ray);
+}
+#else
+void askNearest(RTCScene scene, RTCRayHit *query)
 {
     RTCIntersectContext context;
     rtcInitIntersectContext(&context);
+    rtcIntersect1(scene, &context, query);
+}
+
+void askBlocked(RTCScene scene, RTCRay *ray)
+{
+    RTCIntersectContext context;
+    rtcInitIntersectContext(&context);
+    rtcOccluded1(scene, &context, ray);
+}
+#endif
+
+RayScene::Hit intersect(const Part &part, const QVector3D &origin, const QVector3D &direction, float near,
+                        float far)
+{
     RTCRayHit query;
     setRay(&query.ray, origin, direction, near, far);
     query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
     query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-    rtcIntersect1(part.scene, &context, &query);
+    askNearest(part.scene, &query);
     RayScene::Hit hit;
     hit.distance = query.ray.tfar;
     if (query.hit.geomID != RTC_INVALID_GEOMETRY_ID)
@@ -83,11 +111,9 @@ RayScene::Hit intersect(const Part &part, const QVector3D &origin, const QVector
 
 bool isBlocked(const Part &part, const QVector3D &origin, const QVector3D &direction, float far)
 {
-    RTCIntersectContext context;
-    rtcInitIntersectContext(&context);
     RTCRay ray;
     setRay(&ray, origin, direction, 0.0f, far);
-    rtcOccluded1(part.scene, &context, &ray);
+    askBlocked(part.scene, &ray);
     return ray.tfar < 0.0f;
 }
 
