@@ -6,6 +6,7 @@
 
 #include <QDataStream>
 
+#include <algorithm>
 #include <memory>
 
 namespace Quorvel
@@ -30,8 +31,9 @@ QVector<int> joined(const QList<Trimesh *> &trimeshes, IndexList list)
     return result;
 }
 
-void deal(const QVector<int> &list, const QList<Trimesh *> &trimeshes,
-          void (Trimesh::*setList)(const QVector<int> &))
+/// Sets the groups' lists. Returns how many entries the list is too short by; negative where it is too long.
+int deal(const QVector<int> &list, const QList<Trimesh *> &trimeshes,
+         void (Trimesh::*setList)(const QVector<int> &))
 {
     int begin = 0;
     for (Trimesh *trimesh : trimeshes) {
@@ -42,6 +44,7 @@ void deal(const QVector<int> &list, const QList<Trimesh *> &trimeshes,
         (trimesh->*setList)(share);
         begin += count;
     }
+    return begin - list.size();
 }
 
 void writeTrimesh(QDataStream &stream, const Trimesh &trimesh)
@@ -77,22 +80,37 @@ Geometry::~Geometry()
 
 QVector<int> Geometry::firstIntegers() const
 {
-    return joined(m_trimeshes, &Trimesh::normalIndices);
+    return m_firstDealing.undone(joined(m_trimeshes, &Trimesh::normalIndices));
 }
 
 void Geometry::setFirstIntegers(const QVector<int> &normalIndices)
 {
-    deal(normalIndices, m_trimeshes, &Trimesh::setNormalIndices);
+    m_firstDealing = Dealing(normalIndices, deal(normalIndices, m_trimeshes, &Trimesh::setNormalIndices));
 }
 
 QVector<int> Geometry::secondIntegers() const
 {
-    return joined(m_trimeshes, &Trimesh::texcoordIndices);
+    return m_secondDealing.undone(joined(m_trimeshes, &Trimesh::texcoordIndices));
 }
 
 void Geometry::setSecondIntegers(const QVector<int> &texcoordIndices)
 {
-    deal(texcoordIndices, m_trimeshes, &Trimesh::setTexcoordIndices);
+    m_secondDealing =
+        Dealing(texcoordIndices, deal(texcoordIndices, m_trimeshes, &Trimesh::setTexcoordIndices));
+}
+
+Geometry::Dealing::Dealing(const QVector<int> &list, int missing)
+    : m_missing(std::max(missing, 0)), m_rest(list.mid(list.size() + std::min(missing, 0)))
+{
+}
+
+QVector<int> Geometry::Dealing::undone(QVector<int> dealt) const
+{
+    if (m_missing > 0)
+        dealt.resize(std::max(dealt.size() - m_missing, 0));
+    if (!m_rest.isEmpty())
+        dealt += m_rest;
+    return dealt;
 }
 
 QVector<int> Geometry::triangleIndices() const

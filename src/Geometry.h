@@ -43,7 +43,8 @@ public:
     void setExtraVectors(const QVector<QVector3D> &vectors) { m_extraVectors = vectors; }
 
     /// The record's first integer list: every group's normal indices, group after group. Setting deals the
-    /// list out to the groups by their corner counts; an entry that the list is too short for becomes 0.
+    /// list out to the groups that there are by their corner counts; an entry that the list is too short for
+    /// becomes 0 in its group. The list itself stays what it was set to, whatever its length.
     QVector<int> firstIntegers() const;
     void setFirstIntegers(const QVector<int> &normalIndices);
     /// The record's second integer list: the same for texture-coordinate indices.
@@ -65,12 +66,29 @@ public:
     void read(QDataStream &stream) override;
 
 private:
+    /// What a list was beside what the groups hold of it.
+    class Dealing
+    {
+    public:
+        Dealing() = default;
+        /// `missing` entries were the list too short by; negative where it was too long.
+        Dealing(const QVector<int> &list, int missing);
+        /// The list, from what the groups hold.
+        QVector<int> undone(QVector<int> dealt) const;
+
+    private:
+        int m_missing = 0;
+        QVector<int> m_rest;
+    };
+
     QList<Trimesh *> m_trimeshes;
     QVector<QVector3D> m_vertices;
     QVector<QVector3D> m_normals;
     QVector<QVector2D> m_texcoords;
     bool m_twoManifold = false;
     QVector<QVector3D> m_extraVectors;
+    Dealing m_firstDealing;
+    Dealing m_secondDealing;
 };
 
 } // namespace Quorvel

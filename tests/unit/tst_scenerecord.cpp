@@ -20,6 +20,8 @@ private slots:
     void roundTripOfGroupIndices();
     void shortIntegerLists();
     void longIntegerLists();
+    void integerListsAreWrittenAsRead_data();
+    void integerListsAreWrittenAsRead();
     void roundTripOfLightsAndCameras();
     void roundTripOfMaterials();
 
@@ -240,8 +242,9 @@ void SceneRecordTest::roundTripOfGroupIndices()
     QCOMPARE(groups[2]->normalIndices(), (QVector<int>{2000, 2001, 2002, 2003, 2004, 2005}));
 }
 
-/// A record with one geometry of two groups of 3 and 6 corners, and a camera node.
-static QByteArray recordWithIntegers(const QVector<int> &first, const QVector<int> &second)
+/// A record with one geometry, whose groups have so many corners each, and a camera node.
+static QByteArray recordWithIntegers(const QVector<int> &first, const QVector<int> &second,
+                                     const QVector<int> &groups = {3, 6})
 {
     RecordBytes record;
     record.nullString();
@@ -255,8 +258,8 @@ static QByteArray recordWithIntegers(const QVector<int> &first, const QVector<in
     record.int32(0);
     record.integers(QStringLiteral("first"), first);
     record.integers(QStringLiteral("second"), second);
-    record.int32(2);
-    for (const int corners : {3, 6}) {
+    record.int32(groups.size());
+    for (const int corners : groups) {
         record.string(QStringLiteral("symbol"));
         record.integers(QStringLiteral("indices"), QVector<int>(corners, 9));
         record.integers(QStringLiteral("adjacency"), {});
@@ -299,6 +302,42 @@ void SceneRecordTest::longIntegerLists()
     QCOMPARE(groups[1]->normalIndices(), (QVector<int>{4, 5, 6, 7, 8, 9}));
     QCOMPARE(groups[0]->texcoordIndices(), (QVector<int>{11, 12, 0}));
     QCOMPARE(groups[1]->indices(), (QVector<int>{9, 9, 9, 9, 9, 9}));
+}
+
+void SceneRecordTest::integerListsAreWrittenAsRead_data()
+{
+    QTest::addColumn<QVector<int>>("first");
+    QTest::addColumn<QVector<int>>("second");
+    QTest::addColumn<QVector<int>>("corners");
+    const auto row = [](const char *name, const QVector<int> &first, const QVector<int> &second,
+                        const QVector<int> &corners) { QTest::newRow(name) << first << second << corners; };
+    row("as long as the corners", {1, 2, 3, 4, 5, 6}, {6, 5, 4, 3, 2, 1}, {3, 3});
+    row("empty", {}, {}, {3, 6});
+    row("shorter", {1, 2, 3, 4}, {5}, {3, 6});
+    row("shorter, with zeros at the end", {1, 0}, {0, 0, 0, 0}, {3, 6});
+    row("longer", {1, 2, 3, 4, 5, 6, 7, 8}, {1, 2, 3, 4, 5, 6, 0}, {3, 3});
+    row("one longer, one shorter", {1, 2, 3, 4}, {1, 2}, {3});
+    row("no groups", {1, 2, 3}, {4, 5}, {});
+    row("groups without corners", {1, 2, 3}, {}, {0, 0});
+    row("no groups, no lists", {}, {}, {});
+}
+
+void SceneRecordTest::integerListsAreWrittenAsRead()
+{
+    QFETCH(QVector<int>, first);
+    QFETCH(QVector<int>, second);
+    QFETCH(QVector<int>, corners);
+    const QByteArray record = recordWithIntegers(first, second, corners);
+    Scene scene;
+    load(&scene, record);
+    const Geometry *const geometry = scene.geometries().first();
+    QCOMPARE(geometry->firstIntegers(), first);
+    QCOMPARE(geometry->secondIntegers(), second);
+    for (const Trimesh *const group : geometry->trimeshes()) {
+        QCOMPARE(group->normalIndices().size(), group->indices().size());
+        QCOMPARE(group->texcoordIndices().size(), group->indices().size());
+    }
+    QCOMPARE(saved(scene), record);
 }
 
 void SceneRecordTest::roundTripOfLightsAndCameras()
