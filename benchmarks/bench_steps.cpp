@@ -10,6 +10,7 @@
 #include "NumberLists.h"
 #include "NumberReader.h"
 #include "Scene.h"
+#include "SceneRecordCheck.h"
 #include "SourceText.h"
 #include "TestMesh.h"
 #include "Trimesh.h"
@@ -164,6 +165,16 @@ void readRecord(benchmark::State &state)
     state.SetBytesProcessed(state.iterations() * bytes.size());
 }
 BENCHMARK(readRecord)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
+
+void checkRecord(benchmark::State &state)
+{
+    const QByteArray bytes = record(*makePatchScene(1, int(state.range(0))));
+    const std::string_view text(bytes.constData(), size_t(bytes.size()));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(SceneRecordCheck(text, SceneRecordCheck::Origin::Cache).isSound());
+    state.SetBytesProcessed(state.iterations() * bytes.size());
+}
+BENCHMARK(checkRecord)->RangeMultiplier(10)->Range(1000, 1000000)->Unit(benchmark::kMillisecond);
 
 void updateFrustum(benchmark::State &state)
 {

@@ -1,7 +1,7 @@
 #include "SceneCache.h"
 
-#include "FatalExplanation.h"
 #include "Scene.h"
+#include "SceneRecordCheck.h"
 
 #include <QDataStream>
 #include <QDebug>
@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <string_view>
 
 #include <fcntl.h>
 
@@ -45,6 +47,88 @@ private:
     qint64 m_held = 0;
 };
 
+/// The bytes of a cache file, all of them in memory, as they are to be looked at before they are believed.
+class StoredRecord
+{
+public:
+    /// A file that is mapped must not be cut short meanwhile. SceneCache::save() replaces files as a whole;
+    /// what people copy into the global directory may be written over in place.
+    enum class Access { Mapped, Copied };
+
+    StoredRecord(const QString &path, Access access) : m_file(path)
+    {
+        if (!m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+            m_fault = m_file.errorString();
+            return;
+        }
+        const qint64 size = m_file.size();
+        const uchar *const mapped = access == Access::Mapped ? m_file.map(0, size) : nullptr;
+        if (mapped)
+            m_bytes = {reinterpret_cast<const char *>(mapped), size_t(size)};
+        else
+            copy(size);
+        if (m_fault.isEmpty())
+            m_fault = SceneRecordCheck(m_bytes, SceneRecordCheck::Origin::Cache).fault();
+    }
+
+    /// What is wrong with the file; empty where it can be loaded.
+    QString fault() const { return m_fault; }
+
+    void loadInto(Scene *scene)
+    {
+        if (m_bytes.size() <= size_t(std::numeric_limits<int>::max())) {
+            // A stream over a file asks the system how much is left at every list.
+            QDataStream stream(QByteArray::fromRawData(m_bytes.data(), int(m_bytes.size())));
+            scene->load(stream);
+        } else {
+            m_file.seek(0);
+            QDataStream stream(&m_file);
+            scene->load(stream);
+        }
+    }
+
+private:
+    void copy(qint64 size)
+    {
+        m_copy.reset(new (std::nothrow) char[size_t(size)]);
+        const qint64 count = m_copy ? m_file.read(m_copy.get(), size) : 0;
+        if (count < 0 || !m_copy)
+            m_fault = m_copy ? m_file.errorString() : QStringLiteral("it is too large");
+        m_bytes = {m_copy.get(), size_t(std::max<qint64>(count, 0))};
+    }
+
+    QFile m_file;
+    std::unique_ptr<char[]> m_copy;
+    std::string_view m_bytes;
+    QString m_fault;
+};
+
+struct CacheKind
+{
+    const char *name;
+    StoredRecord::Access access;
+    const char *whenDamaged;
+};
+
+constexpr CacheKind globalKind = {"global", StoredRecord::Access::Copied, "replace it or delete it"};
+constexpr CacheKind localKind = {"local", StoredRecord::Access::Mapped, "the scene is converted anew"};
+
+/// False when there is no file, or when it is damaged, with a warning.
+bool loadCopy(Scene *scene, const QString &path, const CacheKind &kind)
+{
+    if (!QFile::exists(path))
+        return false;
+    StoredRecord record(path, kind.access);
+    if (!record.fault().isEmpty()) {
+        qWarning("ColladaLoader: the converted scene %s is damaged and not used (%s): %s", qPrintable(path),
+                 qPrintable(record.fault()), kind.whenDamaged);
+        return false;
+    }
+    qDebug("ColladaLoader: loading from %s cache", kind.name);
+    record.loadInto(scene);
+    return true;
+}
+
 QString cachePath(const QString &directory, const QString &key)
 {
     return directory + QLatin1Char('/') + key + QLatin1String(".qvm");
@@ -75,21 +159,14 @@ QString SceneCache::localPath(const QString &key) const
 
 bool SceneCache::load(Scene *scene, const QString &key) const
 {
-    if (QFile::exists(globalPath(key))) {
-        qDebug("ColladaLoader: loading from global cache");
-        read(scene, globalPath(key), Access::Streamed);
-        return true;
-    }
-    if (QFile::exists(localPath(key))) {
-        qDebug("ColladaLoader: loading from local cache");
-        read(scene, localPath(key), Access::Mapped);
-        return true;
-    }
-    return false;
+    return (!m_globalDirectory.isEmpty() && loadCopy(scene, globalPath(key), globalKind)) ||
+           (!m_localDirectory.isEmpty() && loadCopy(scene, localPath(key), localKind));
 }
 
 void SceneCache::save(const Scene &scene, const QString &key) const
 {
+    if (m_localDirectory.isEmpty())
+        return;
     QDir().mkpath(m_localDirectory);
     EarlyWrittenFile file(localPath(key));
     if (!file.open(QIODevice::WriteOnly))
@@ -97,29 +174,6 @@ void SceneCache::save(const Scene &scene, const QString &key) const
     QDataStream stream(&file);
     scene.save(stream);
     file.commit();
-}
-
-void SceneCache::read(Scene *scene, const QString &path, Access access)
-{
-    QFile file(path);
-    const FatalExplanation explanation(
-        file.open(QIODevice::ReadOnly)
-            ? QStringLiteral(
-                  "the cached copy %1 of this scene is damaged: delete it and open the scene again")
-                  .arg(path)
-            : QStringLiteral(
-                  "the cached copy %1 of this scene cannot be read (%2): delete it and open the scene "
-                  "again")
-                  .arg(path, file.errorString()));
-    // A stream over a file asks the system how much is left at every list.
-    const bool canMap = access == Access::Mapped && file.size() <= std::numeric_limits<int>::max();
-    if (const uchar *const bytes = canMap ? file.map(0, file.size()) : nullptr) {
-        QDataStream stream(QByteArray::fromRawData(reinterpret_cast<const char *>(bytes), int(file.size())));
-        scene->load(stream);
-    } else {
-        QDataStream stream(&file);
-        scene->load(stream);
-    }
 }
 
 } // namespace Quorvel

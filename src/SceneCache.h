@@ -10,7 +10,8 @@ class Scene;
 /// The two directories of converted scenes: a global one that is only read, and the user's own.
 ///
 /// A scene's file is named after its key, the checksum of the file that it was converted from, and holds one
-/// scene record (docs/formats.md) and nothing else. A file that exists is trusted.
+/// scene record (docs/formats.md) and nothing else. A file whose record is whole is trusted; one that is
+/// damaged is passed over with a warning. A directory without a name stands for none.
 class SceneCache
 {
 public:
@@ -25,8 +26,8 @@ public:
     QString globalPath(const QString &key) const;
     QString localPath(const QString &key) const;
 
-    /// Fills the scene from the first directory that has the key's file, the global one before the local one.
-    /// False when neither has one. A damaged file is fatal.
+    /// Fills the scene from the first directory that has a whole record for the key, the global one before
+    /// the local one. False when neither has one; the scene is then as it was.
     bool load(Scene *scene, const QString &key) const;
 
     /// Stores a complete scene in the local directory, which is made where it is missing. The file appears
@@ -34,11 +35,6 @@ public:
     void save(const Scene &scene, const QString &key) const;
 
 private:
-    /// A file that is mapped must not be cut short meanwhile. save() replaces files as a whole; what people
-    /// copy into the global directory may be written over in place.
-    enum class Access { Mapped, Streamed };
-    static void read(Scene *scene, const QString &path, Access access);
-
     QString m_globalDirectory;
     QString m_localDirectory;
 };

@@ -6,8 +6,11 @@
 #include <QSet>
 #include <QtEndian>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <vector>
 
@@ -56,16 +59,35 @@ struct List
     const char *begin = nullptr;
     qint32 count = 0;
 
-    qint32 integer(qint32 i) const { return qFromBigEndian<qint32>(begin + qptrdiff(i) * integerSize); }
+    qint32 integer(qint64 i) const { return qFromBigEndian<qint32>(begin + i * integerSize); }
 };
+
+/// The first entry from `begin` up to `end` that does not lie in [least, limit); `end` without one.
+qint64 firstOutside(const List &list, qint64 begin, qint64 end, qint32 least, qint32 limit)
+{
+    const quint32 range = quint32(limit) - quint32(least);
+    const auto isOutside = [=](qint32 entry) { return quint32(entry) - quint32(least) >= range; };
+    std::array<qint32, 2048> entries;
+    for (qint64 at = begin; at < end; at += qint64(entries.size())) {
+        const auto count = int(std::min(qint64(entries.size()), end - at));
+        qFromBigEndian<qint32>(list.begin + at * integerSize, count, entries.data());
+        // Without an early exit, for the compiler to take many entries at a time.
+        quint32 outside = 0;
+        for (int i = 0; i < count; ++i)
+            outside |= quint32(isOutside(entries[size_t(i)]));
+        if (outside)
+            return at + (std::find_if(entries.begin(), entries.begin() + count, isOutside) - entries.begin());
+    }
+    return end;
+}
 
 /// Goes through bytes front to back. Every reading returns false, and leaves the fault, where the bytes do
 /// not hold what is asked for.
 class Cursor
 {
 public:
-    explicit Cursor(const QByteArray &bytes)
-        : m_begin(bytes.constData()), m_at(m_begin), m_end(m_begin + bytes.size())
+    explicit Cursor(std::string_view bytes)
+        : m_begin(bytes.data()), m_at(m_begin), m_end(m_begin + bytes.size())
     {
     }
 
@@ -79,14 +101,21 @@ public:
         m_index = index;
     }
 
-    /// Always false, for callers to return.
-    bool fail(const QString &what)
+    /// A fault, and where the cursor is.
+    QString located(const QString &what) const
     {
-        if (m_fault.isEmpty()) {
-            const QString where = m_index < 0 ? QString::fromLatin1(m_section)
-                                              : QStringLiteral("%1 %2").arg(m_section).arg(m_index);
-            m_fault = QStringLiteral("%1, before byte %2: %3").arg(where).arg(m_at - m_begin).arg(what);
-        }
+        const QString where = m_index < 0 ? QString::fromLatin1(m_section)
+                                          : QStringLiteral("%1 %2").arg(m_section).arg(m_index);
+        return QStringLiteral("%1, before byte %2: %3").arg(where).arg(m_at - m_begin).arg(what);
+    }
+
+    /// Always false, for callers to return.
+    bool fail(const QString &what) { return failLocated(located(what)); }
+    /// For a fault that was met before, and counts now.
+    bool failLocated(const QString &fault)
+    {
+        if (m_fault.isEmpty())
+            m_fault = fault;
         return false;
     }
 
@@ -145,7 +174,8 @@ public:
         const auto size = quint32(announced);
         if (size == std::numeric_limits<quint32>::max())
             return true;
-        if (size % 2 != 0 || size > left()) {
+        constexpr quint32 longest = std::numeric_limits<int>::max();
+        if (size % 2 != 0 || size > left() || size > longest) {
             return fail(
                 QStringLiteral("a string of %1 bytes does not fit into %2 bytes").arg(size).arg(left()));
         }
@@ -175,13 +205,14 @@ public:
         return skip(colorSize - 1);
     }
 
-    bool matrix()
+    bool matrix(bool *isFinite)
     {
         constexpr int reals = 16;
         constexpr int size = reals * realSize;
         if (!skip(size))
             return false;
-        return areFinite(m_at - size, reals) || fail(QStringLiteral("a matrix is not finite"));
+        *isFinite = areFinite(m_at - size, reals);
+        return true;
     }
 
 private:
@@ -197,7 +228,10 @@ private:
 class RecordWalk
 {
 public:
-    explicit RecordWalk(const QByteArray &record) : m_cursor(record) {}
+    RecordWalk(std::string_view record, SceneRecordCheck::Origin origin)
+        : m_cursor(record), m_isFromElsewhere(origin == SceneRecordCheck::Origin::Elsewhere)
+    {
+    }
 
     /// The fault, or an empty text.
     QString walk()
@@ -208,10 +242,12 @@ public:
     }
 
 private:
-    struct GeometryCost
+    struct GeometryFacts
     {
         qint64 vertices = 0;
         qint64 corners = 0;
+        /// Why no node may show it; empty when one may.
+        QString fault;
     };
 
     struct LightAim
@@ -236,17 +272,20 @@ private:
     bool section(const char *things, const char *thing, int smallest, ReadOne readOne);
     bool modelHeader(qint32 *type);
     bool geometry();
-    bool group(SharedLists *lists);
-    bool indices(const char *what, const List &list, qint64 first, qint64 count, qint32 least, qint32 end);
+    bool group(SharedLists *lists, QString *fault);
+    QString indices(const char *what, const List &list, qint64 first, qint64 count, qint32 least,
+                    qint32 end) const;
     bool light();
     bool camera();
     bool material();
     bool node();
-    bool modelReference(GeometryCost *cost);
+    bool modelReference(GeometryFacts *facts);
+    bool staysBelowTheLimits(const GeometryFacts &facts, qint32 depth);
     bool targetsExist();
 
     Cursor m_cursor;
-    std::vector<GeometryCost> m_geometries;
+    bool m_isFromElsewhere;
+    std::vector<GeometryFacts> m_geometries;
     std::vector<LightAim> m_lights;
     qint32 m_cameras = 0;
     std::vector<QByteArray> m_nodeIds;
@@ -272,7 +311,7 @@ bool RecordWalk::scene()
         return m_cursor.fail(QStringLiteral("%1 bytes follow the last node").arg(m_cursor.left()));
     if (!m_hasCamera)
         return m_cursor.fail(QStringLiteral("no node holds a camera"));
-    return targetsExist();
+    return !m_isFromElsewhere || targetsExist();
 }
 
 template <typename ReadOne>
@@ -319,19 +358,23 @@ bool RecordWalk::geometry()
     lists.normals = normals.count;
     lists.texcoords = texcoords.count;
 
-    GeometryCost cost;
-    cost.vertices = vertices.count;
+    GeometryFacts facts;
+    facts.vertices = vertices.count;
     for (qint32 i = 0; i < groups; ++i) {
-        if (!group(&lists))
+        QString fault;
+        if (!group(&lists, &fault))
             return false;
+        if (facts.fault.isEmpty() && !fault.isEmpty())
+            facts.fault = m_cursor.located(fault);
         // The buffer of a group repeats the groups before it.
-        cost.corners += lists.dealt + 1;
+        facts.corners += lists.dealt + 1;
     }
-    m_geometries.push_back(cost);
+    m_geometries.push_back(facts);
     return true;
 }
 
-bool RecordWalk::group(SharedLists *lists)
+/// `fault` is what the group's indices hold against its being drawn, if anything.
+bool RecordWalk::group(SharedLists *lists, QString *fault)
 {
     List corners;
     List adjacency;
@@ -342,33 +385,34 @@ bool RecordWalk::group(SharedLists *lists)
     if (!read)
         return false;
     const qint32 triangles = corners.count / 3 + (corners.count % 3 != 0 ? 1 : 0);
-    const bool inRange =
-        indices("position", corners, 0, corners.count, 0, lists->vertices) &&
-        indices("neighbour", adjacency, 0, adjacency.count, -1, lists->vertices) &&
-        indices("invalid face", invalidFaces, 0, invalidFaces.count, 0, triangles) &&
-        indices("normal", lists->normalIndices, lists->dealt, corners.count, 0, lists->normals) &&
+    const QString faults[] = {
+        indices("position", corners, 0, corners.count, 0, lists->vertices),
+        indices("neighbour", adjacency, 0, adjacency.count, -1, lists->vertices),
+        indices("invalid face", invalidFaces, 0, invalidFaces.count, 0, triangles),
+        indices("normal", lists->normalIndices, lists->dealt, corners.count, 0, lists->normals),
         indices("texture coordinate", lists->texcoordIndices, lists->dealt, corners.count, 0,
-                lists->texcoords);
+                lists->texcoords)};
+    const auto found = std::find_if(std::begin(faults), std::end(faults),
+                                    [](const QString &text) { return !text.isEmpty(); });
+    if (found != std::end(faults))
+        *fault = *found;
     lists->dealt += corners.count;
-    return inRange;
+    return true;
 }
 
-/// Whether `count` entries of the list from `first` on, taken as 0 past the list's end, lie between `least`
-/// and `end`.
-bool RecordWalk::indices(const char *what, const List &list, qint64 first, qint64 count, qint32 least,
-                         qint32 end)
+/// Empty when `count` entries of the list from `first` on, taken as 0 past the list's end, lie between
+/// `least` and `end`; else what is wrong.
+QString RecordWalk::indices(const char *what, const List &list, qint64 first, qint64 count, qint32 least,
+                            qint32 end) const
 {
-    const auto refuse = [&](qint32 index) {
-        return m_cursor.fail(
-            QStringLiteral("there is no %1 %2, only %3").arg(QLatin1String(what)).arg(index).arg(end));
+    const auto fault = [&](qint32 index) {
+        return QStringLiteral("there is no %1 %2, only %3").arg(QLatin1String(what)).arg(index).arg(end);
     };
     const qint64 present = qBound(qint64(0), list.count - first, count);
-    for (qint64 i = first; i < first + present; ++i) {
-        const qint32 index = list.integer(qint32(i));
-        if (index < least || index >= end)
-            return refuse(index);
-    }
-    return present == count || end > 0 || refuse(0);
+    const qint64 outside = firstOutside(list, first, first + present, least, end);
+    if (outside < first + present)
+        return fault(list.integer(outside));
+    return present == count || end > 0 ? QString() : fault(0);
 }
 
 bool RecordWalk::light()
@@ -408,7 +452,12 @@ bool RecordWalk::node()
 {
     QByteArray id;
     qint32 parent = -1;
-    if (!m_cursor.matrix() || !m_cursor.string(&id) || !m_cursor.integer(&parent))
+    bool isFinite = true;
+    if (!m_cursor.matrix(&isFinite))
+        return false;
+    if (m_isFromElsewhere && !isFinite)
+        return m_cursor.fail(QStringLiteral("a matrix is not finite"));
+    if (!m_cursor.string(&id) || !m_cursor.integer(&parent))
         return false;
     const auto index = qint32(m_nodeIds.size());
     if (parent < -1 || parent >= index)
@@ -417,16 +466,21 @@ bool RecordWalk::node()
     m_nodeIds.push_back(id);
     m_nodeDepths.push_back(depth);
 
-    GeometryCost cost;
+    GeometryFacts facts;
     qint32 bindings = 0;
-    if (!modelReference(&cost) || !m_cursor.count("bindings", smallestBinding, &bindings))
+    if (!modelReference(&facts) || !m_cursor.count("bindings", smallestBinding, &bindings))
         return false;
-    for (qint32 i = 0; i < 2 * bindings; ++i) {
-        if (!m_cursor.string())
+    for (qint32 i = 0; i < bindings; ++i) {
+        if (!m_cursor.string() || !m_cursor.string())
             return false;
     }
-    m_frameCorners += cost.corners;
-    m_sphereVertices += (cost.vertices + 1) * (depth + 1);
+    return !m_isFromElsewhere || staysBelowTheLimits(facts, depth);
+}
+
+bool RecordWalk::staysBelowTheLimits(const GeometryFacts &facts, qint32 depth)
+{
+    m_frameCorners += facts.corners;
+    m_sphereVertices += (facts.vertices + 1) * (depth + 1);
     if (m_frameCorners > SceneRecordCheck::MaximumFrameCorners)
         return m_cursor.fail(QStringLiteral("the scene has too many triangles to draw"));
     if (m_sphereVertices > SceneRecordCheck::MaximumSphereVertices)
@@ -434,7 +488,7 @@ bool RecordWalk::node()
     return true;
 }
 
-bool RecordWalk::modelReference(GeometryCost *cost)
+bool RecordWalk::modelReference(GeometryFacts *facts)
 {
     qint32 kind = Model::NoModel;
     qint32 index = 0;
@@ -453,7 +507,9 @@ bool RecordWalk::modelReference(GeometryCost *cost)
         return m_cursor.fail(QStringLiteral("there is no model %1 of kind %2").arg(index).arg(kind));
 
     if (kind == Model::GeometryType) {
-        *cost = m_geometries[size_t(index)];
+        *facts = m_geometries[size_t(index)];
+        if (!facts->fault.isEmpty())
+            return m_cursor.failLocated(facts->fault);
     } else if (kind == Model::CameraType) {
         m_hasCamera = true;
     } else {
@@ -478,6 +534,14 @@ bool RecordWalk::targetsExist()
 
 } // namespace
 
-SceneRecordCheck::SceneRecordCheck(const QByteArray &record) : m_fault(RecordWalk(record).walk()) {}
+SceneRecordCheck::SceneRecordCheck(const QByteArray &record)
+    : SceneRecordCheck(std::string_view(record.constData(), size_t(record.size())), Origin::Elsewhere)
+{
+}
+
+SceneRecordCheck::SceneRecordCheck(std::string_view record, Origin origin)
+    : m_fault(RecordWalk(record, origin).walk())
+{
+}
 
 } // namespace Quorvel

@@ -47,8 +47,6 @@ private slots:
     void badFiles();
     void unreadableFiles_data();
     void unreadableFiles();
-    void damagedCache_data();
-    void damagedCache();
 
     void threadDeliversNewScenes();
     void secondLoadInTheThreadIsFatal();
@@ -500,35 +498,6 @@ void TestColladaLoader::unreadableFiles()
     QVERIFY2(end.text.contains(QStringLiteral("ASSERT: \"scene->m_activeCameraNode\" in file ")),
              qPrintable(end.text));
     QVERIFY2(end.text.contains(QLatin1Char('\n') + sentence), qPrintable(end.text));
-}
-
-void TestColladaLoader::damagedCache_data()
-{
-    QTest::addColumn<int>("bytes");
-    QTest::newRow("empty") << 0;
-    QTest::newRow("cut off") << 200;
-}
-
-void TestColladaLoader::damagedCache()
-{
-    QFETCH(int, bytes);
-
-    const QByteArray text = ColladaText::simple();
-    const QString file = writeFile("simple.dae", text);
-    Scene scene;
-    load(&scene, file);
-    const QByteArray record = readAll(cache().localPath(md5(text)));
-    const QString damaged = writeFile("home/cache/" + md5(text) + ".qvm", record.left(bytes));
-
-    qputenv(fatalFileVariable, file.toLocal8Bit());
-    const FatalEnd end = FatalCases::end("load");
-    QVERIFY(end.aborted);
-    QVERIFY2(end.text.contains(QStringLiteral("ASSERT")), qPrintable(end.text));
-    QVERIFY2(end.text.contains(
-                 QStringLiteral("the cached copy %1 of this scene is damaged: delete it and open the "
-                                "scene again")
-                     .arg(damaged)),
-             qPrintable(end.text));
 }
 
 void TestColladaLoader::threadDeliversNewScenes()

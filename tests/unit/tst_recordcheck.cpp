@@ -111,6 +111,8 @@ private slots:
     void sceneWithoutCamera();
     void shortIndexLists();
     void targetsOfLightsThatAreNotShown();
+    void indicesOfGeometriesThatAreNotShown();
+    void theCacheIsAskedForLess();
     void triangleLimit();
     void sphereLimit();
     void largeRecord();
@@ -449,6 +451,40 @@ void RecordCheckTest::targetsOfLightsThatAreNotShown()
     light->setTarget(QStringLiteral("x"));
     ambient.lit->setModel(light);
     QCOMPARE(ambient.fault(), QString());
+}
+
+void RecordCheckTest::indicesOfGeometriesThatAreNotShown()
+{
+    SketchedScene sketch;
+    sketch.geometry->setIndices({0, 1, 3});
+    QVERIFY(sketch.fault().endsWith(QLatin1String("there is no position 3, only 3")));
+    SketchedScene unshown;
+    unshown.geometry->setIndices({0, 1, 3});
+    unshown.shown->setModel(nullptr);
+    QCOMPARE(unshown.fault(), QString());
+    QVERIFY2(passing({{QStringLiteral("unshown"), saved(unshown.scene)}}) == 1, qPrintable(m_failure));
+}
+
+void RecordCheckTest::theCacheIsAskedForLess()
+{
+    const auto cacheFault = [](SketchedScene *sketch) {
+        sketch->scene.complete();
+        const QByteArray record = saved(sketch->scene);
+        return SceneRecordCheck({record.constData(), size_t(record.size())}, SceneRecordCheck::Origin::Cache)
+            .fault();
+    };
+    SketchedScene infinite;
+    infinite.shown->setLocalTransform(QMatrix4x4() * std::numeric_limits<float>::infinity());
+    QCOMPARE(cacheFault(&infinite), QString());
+    SketchedScene aimless;
+    aimless.light->setTarget(QStringLiteral("x"));
+    QCOMPARE(cacheFault(&aimless), QString());
+    SketchedScene outside;
+    outside.geometry->setIndices({0, 1, 3});
+    QVERIFY(cacheFault(&outside).endsWith(QLatin1String("there is no position 3, only 3")));
+    SketchedScene viewless;
+    viewless.camera->setModel(nullptr);
+    QVERIFY(cacheFault(&viewless).endsWith(QLatin1String("no node holds a camera")));
 }
 
 void RecordCheckTest::triangleLimit()
