@@ -129,6 +129,19 @@ bool loadCopy(Scene *scene, const QString &path, const CacheKind &kind)
     return true;
 }
 
+/// Where the user's converted scenes are kept; empty for nowhere.
+QString userDirectory()
+{
+    const QString asked = QFile::decodeName(qgetenv("QUORVEL_CACHE"));
+    if (asked == QLatin1String("off"))
+        return QString();
+    if (!asked.isEmpty())
+        return QDir::cleanPath(QDir::current().absoluteFilePath(asked));
+    // An account without a home, as services have, does not get one.
+    const QString home = QDir::homePath();
+    return QFileInfo(home).isDir() ? home + QLatin1String("/.quorvel/cache") : QString();
+}
+
 QString cachePath(const QString &directory, const QString &key)
 {
     return directory + QLatin1Char('/') + key + QLatin1String(".qvm");
@@ -143,8 +156,7 @@ SceneCache::SceneCache(const QString &globalDirectory, const QString &localDirec
 
 SceneCache SceneCache::standard()
 {
-    return SceneCache(QStringLiteral("/opt/quorvel/cache"),
-                      QDir::homePath() + QLatin1String("/.quorvel/cache"));
+    return SceneCache(QStringLiteral("/opt/quorvel/cache"), userDirectory());
 }
 
 QString SceneCache::globalPath(const QString &key) const

@@ -17,7 +17,8 @@ class SceneCache
 public:
     SceneCache(const QString &globalDirectory, const QString &localDirectory);
 
-    /// /opt/quorvel/cache and .quorvel/cache in the user's home.
+    /// /opt/quorvel/cache, and for the user's own what the variable QUORVEL_CACHE names: a folder, or "off"
+    /// for none. Without it, .quorvel/cache in the user's home, or none where there is no home.
     static SceneCache standard();
 
     QString globalDirectory() const { return m_globalDirectory; }

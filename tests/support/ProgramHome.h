@@ -42,6 +42,7 @@ public:
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove(QStringLiteral("DISPLAY"));
+        environment.remove(QStringLiteral("QUORVEL_CACHE"));
         environment.insert(QStringLiteral("HOME"), m_folder.path());
         for (auto it = variables.cbegin(); it != variables.cend(); ++it)
             environment.insert(it.key(), it.value());

@@ -126,6 +126,7 @@ void TestColladaLoader::init()
     QVERIFY(m_directory->isValid());
     QVERIFY(QDir().mkpath(path("home")));
     qputenv("HOME", path("home").toLocal8Bit());
+    qunsetenv("QUORVEL_CACHE");
     qputenv(fatalCacheVariable, path("home/cache").toLocal8Bit());
 }
 

@@ -33,7 +33,15 @@ private slots:
     void wholeCopiesAreTrusted();
     void damagedGlobalCopy();
 
+    void directories_data();
+    void directories();
+    void directoryOfTheVariableIsMade();
+    void offNeitherReadsNorWrites();
+    void homeIsNotMade();
+
 private:
+    /// Loads a small scene through the standard cache and returns what was said.
+    QStringList loadStandard() const;
     QString path(const QString &name) const { return m_directory->filePath(name); }
     SceneCache cache() const { return SceneCache(path("global"), path("local")); }
     static void write(const QString &path, const QByteArray &bytes);
@@ -79,6 +87,9 @@ void TestSceneCache::init()
 {
     m_directory = std::make_unique<QTemporaryDir>();
     QVERIFY(m_directory->isValid());
+    QVERIFY(QDir().mkpath(path("home")));
+    qputenv("HOME", path("home").toLocal8Bit());
+    qunsetenv("QUORVEL_CACHE");
 }
 
 void TestSceneCache::write(const QString &path, const QByteArray &bytes)
@@ -299,6 +310,85 @@ void TestSceneCache::damagedGlobalCopy()
     QVERIFY(lines.filter(QStringLiteral("loading from")).isEmpty());
     QCOMPARE(bytes(path("local/") + name), record);
     QCOMPARE(bytes(globalFile), damaged);
+}
+
+void TestSceneCache::directories_data()
+{
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("expected");
+    const QString home = QStringLiteral("DIR/home/.quorvel/cache");
+    QTest::newRow("unset") << QString() << home;
+    QTest::newRow("empty") << QStringLiteral("") << home;
+    QTest::newRow("off") << QStringLiteral("off") << QString();
+    QTest::newRow("folder") << QStringLiteral("DIR/some/where") << QStringLiteral("DIR/some/where");
+    QTest::newRow("slash at the end") << QStringLiteral("DIR/where/") << QStringLiteral("DIR/where");
+    QTest::newRow("relative") << QStringLiteral("some/where") << QStringLiteral("DIR/home/some/where");
+    QTest::newRow("a folder called off") << QStringLiteral("./off") << QStringLiteral("DIR/home/off");
+    QTest::newRow("beyond ASCII") << QStringLiteral("DIR/caf\u00e9") << QStringLiteral("DIR/caf\u00e9");
+}
+
+void TestSceneCache::directories()
+{
+    QFETCH(QString, value);
+    QFETCH(QString, expected);
+    if (!value.isNull())
+        qputenv("QUORVEL_CACHE",
+                QFile::encodeName(value.replace(QStringLiteral("DIR"), m_directory->path())));
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(path("home")));
+    const SceneCache standard = SceneCache::standard();
+    QVERIFY(QDir::setCurrent(before));
+    QCOMPARE(standard.localDirectory(), expected.replace(QStringLiteral("DIR"), m_directory->path()));
+    QCOMPARE(standard.globalDirectory(), QStringLiteral("/opt/quorvel/cache"));
+}
+
+QStringList TestSceneCache::loadStandard() const
+{
+    write(path("simple.dae"), ColladaText::simple());
+    const MessageCapture capture;
+    Scene scene;
+    const ColladaLoader loader(&scene, path("simple.dae"));
+    return capture.lines();
+}
+
+void TestSceneCache::directoryOfTheVariableIsMade()
+{
+    qputenv("QUORVEL_CACHE", QFile::encodeName(path("some/where")));
+    loadStandard();
+    QCOMPARE(QDir(path("some/where")).entryList(QDir::Files).size(), 1);
+    QCOMPARE(loadStandard().first(), QStringLiteral("ColladaLoader: loading from local cache"));
+    QVERIFY(!QFile::exists(path("home/.quorvel")));
+}
+
+void TestSceneCache::offNeitherReadsNorWrites()
+{
+    qputenv("QUORVEL_CACHE", "off");
+    loadStandard();
+    QVERIFY(!QFile::exists(path("home/.quorvel")));
+    const QString name =
+        QString::fromLatin1(QCryptographicHash::hash(ColladaText::simple(), QCryptographicHash::Md5).toHex());
+    QVERIFY(!QFile::exists(SceneCache::standard().localPath(name)));
+
+    qunsetenv("QUORVEL_CACHE");
+    loadStandard();
+    const QString file = SceneCache::standard().localPath(name);
+    QCOMPARE(loadStandard().first(), QStringLiteral("ColladaLoader: loading from local cache"));
+    write(file, "not to be touched");
+    qputenv("QUORVEL_CACHE", "off");
+    QVERIFY(loadStandard().filter(QStringLiteral("ColladaLoader")).isEmpty());
+    QCOMPARE(bytes(file), QByteArray("not to be touched"));
+}
+
+void TestSceneCache::homeIsNotMade()
+{
+    qputenv("HOME", path("nobody").toLocal8Bit());
+    QVERIFY(loadStandard().contains(QStringLiteral("Scene:")));
+    QVERIFY(!QFile::exists(path("nobody")));
+    QCOMPARE(SceneCache::standard().localDirectory(), QString());
+    // What is asked for by name is made, wherever it is.
+    qputenv("QUORVEL_CACHE", QFile::encodeName(path("nobody/cache")));
+    loadStandard();
+    QCOMPARE(QDir(path("nobody/cache")).entryList(QDir::Files).size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestSceneCache)
