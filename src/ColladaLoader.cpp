@@ -32,7 +32,8 @@ protected:
 } // namespace
 
 ColladaLoader::ColladaLoader(Scene *scene, const QString &path, const SceneCache &cache)
-    : ColladaLoader(scene, path, std::async(std::launch::deferred, readSourceText, path), cache)
+    : ColladaLoader(scene, path, std::async(std::launch::deferred, [path] { return readSourceText(path); }),
+                    cache)
 {
 }
 
@@ -58,6 +59,7 @@ void ColladaLoader::takeText(const SourceText &source)
     m_fileData = source.text;
     m_hash = source.key;
     m_readError = source.error;
+    m_readAdvice = source.advice;
 }
 
 void ColladaLoader::convert(Scene *scene)
@@ -66,7 +68,7 @@ void ColladaLoader::convert(Scene *scene)
     scene->setName(m_path);
     const DocumentCheck document(m_fileData);
     QueryMessages messages(QFileInfo(m_path).fileName());
-    if (!document.isTooDeep())
+    if (m_readError.isEmpty() && !document.isTooDeep())
         evaluate(scene, &messages);
     scene->complete();
     if (!scene->m_activeCameraNode)
@@ -122,9 +124,7 @@ QString ColladaLoader::explanation(const DocumentCheck &document, const QueryMes
 {
     const QString name = m_path.isEmpty() ? QStringLiteral("(no name)") : QFileInfo(m_path).fileName();
     if (!m_readError.isEmpty())
-        return QStringLiteral(
-                   "%1: the file cannot be read (%2): check that it is a file, and readable for you")
-            .arg(name, m_readError);
+        return QStringLiteral("%1: the file cannot be read (%2): %3").arg(name, m_readError, m_readAdvice);
     if (!document.foreignKind().isEmpty())
         return QStringLiteral("%1: the file %2").arg(name, document.foreignKind());
     if (document.isTooDeep())

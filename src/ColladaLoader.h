@@ -52,8 +52,9 @@ private:
     QString m_path;
     /// The key of the cache: lower-case hexadecimal MD5 of the text.
     QString m_hash;
-    /// Why the file could not be read; empty when it could.
+    /// Why the file could not be read, and what to do about it; empty when it could.
     QString m_readError;
+    QString m_readAdvice;
 };
 
 } // namespace Quorvel

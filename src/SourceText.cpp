@@ -7,7 +7,8 @@
 #include <algorithm>
 #include <cstring>
 #include <future>
-#include <limits>
+#include <optional>
+#include <utility>
 
 namespace Quorvel
 {
@@ -40,8 +41,9 @@ bool isPlain(const char *bytes, int count)
 }
 
 /// Takes the bytes for Latin-1 and writes them as UTF-8, up to the first NUL. Without a string of wide
-/// characters in between: one umlaut would make that of the whole file.
-QByteArray latin1ToUtf8(QByteArray bytes)
+/// characters in between: one umlaut would make that of the whole file. Nothing where that would be more than
+/// the limit.
+std::optional<QByteArray> latin1ToUtf8(QByteArray bytes, qint64 limit)
 {
     const int nul = bytes.indexOf('\0');
     if (nul >= 0)
@@ -49,6 +51,8 @@ QByteArray latin1ToUtf8(QByteArray bytes)
     const auto wide = bytes.size() - int(std::count_if(bytes.cbegin(), bytes.cend(), isAscii));
     if (wide == 0)
         return bytes;
+    if (qint64(bytes.size()) + wide > limit)
+        return std::nullopt;
     QByteArray text;
     text.reserve(bytes.size() + wide);
     for (const char byte : qAsConst(bytes)) {
@@ -87,50 +91,79 @@ private:
     std::future<void> m_pending;
 };
 
-} // namespace
-
-SourceText readSourceText(const QString &path)
+struct FileBytes
 {
-    SourceText source;
-    QFile file(path);
+    /// Where the file has more than the limit, not all of them.
     QByteArray bytes;
+    /// Whether they are their own text; `digest` is theirs then.
+    bool isPlain = true;
+    QByteArray digest;
+    QString error;
+    bool isTooLarge = false;
+};
+
+FileBytes readBytes(const QString &path, qint64 limit)
+{
+    FileBytes result;
+    QByteArray &bytes = result.bytes;
+    QFile file(path);
     Checksum checksum;
-    bool plain = true;
-    constexpr int partSize = 1 << 22;
-    constexpr qint64 largest = std::numeric_limits<int>::max() - 2 * partSize;
-    if (file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.size() <= largest) {
+    constexpr int partSize = SourceText::PartSize;
+    const bool isOpen = file.open(QIODevice::ReadOnly | QIODevice::Unbuffered);
+    result.isTooLarge = isOpen && file.size() > limit;
+    if (isOpen && !result.isTooLarge) {
         bytes.reserve(int(file.size()) + partSize);
-        for (int count = 1; count > 0;) {
+        for (int count = 1; count > 0 && !result.isTooLarge;) {
             const int begin = bytes.size();
             if (begin + partSize > bytes.capacity())
                 checksum.wait();
             bytes.resize(begin + partSize);
             count = std::max(0, int(file.read(bytes.data() + begin, partSize)));
             bytes.resize(begin + count);
-            plain = plain && isPlain(bytes.constData() + begin, count);
-            if (plain && count > 0)
+            result.isPlain = result.isPlain && isPlain(bytes.constData() + begin, count);
+            if (result.isPlain && count > 0)
                 checksum.add(bytes.constData() + begin, count);
+            // A pipe has no size, and a file may grow.
+            result.isTooLarge = bytes.size() > limit;
         }
     }
-    QByteArray digest = checksum.result();
+    result.digest = checksum.result();
     if (file.error() != QFileDevice::NoError)
-        source.error = file.errorString();
+        result.error = file.errorString();
+    return result;
+}
+
+} // namespace
+
+SourceText readSourceText(const QString &path, qint64 limit)
+{
+    SourceText source;
+    FileBytes file = readBytes(path, limit);
     // Quirk(double-encoding): the bytes of a UTF-8 file are taken for Latin-1 and encoded once more;
     // kept because the keys and the ids of all stored scenes are made from that text.
-    if (plain) {
-        source.text = bytes;
-    } else {
-        source.text = latin1ToUtf8(std::move(bytes));
-        digest = QCryptographicHash::hash(source.text, QCryptographicHash::Md5);
-    }
+    std::optional<QByteArray> text;
+    if (!file.isTooLarge)
+        text = file.isPlain ? file.bytes : latin1ToUtf8(std::move(file.bytes), limit);
+    source.text = text.value_or(QByteArray());
+    const bool isBytes = text && file.isPlain;
+    const QByteArray digest =
+        isBytes ? file.digest : QCryptographicHash::hash(source.text, QCryptographicHash::Md5);
     source.key = QString::fromLatin1(digest.toHex());
+    if (!file.error.isEmpty()) {
+        source.error = file.error;
+        source.advice = QStringLiteral("check that it is a file, and readable for you");
+    } else if (!text) {
+        source.error = QStringLiteral("it takes more than %1 bytes, the most that can be read").arg(limit);
+        source.advice = QStringLiteral("export the scene in parts, or with less detail");
+    }
     return source;
 }
 
 std::future<SourceText> startReading(const QString &path)
 {
     const bool isFile = QFileInfo(path).isFile();
-    return std::async(isFile ? std::launch::async : std::launch::deferred, readSourceText, path);
+    return std::async(isFile ? std::launch::async : std::launch::deferred,
+                      [path] { return readSourceText(path); });
 }
 
 } // namespace Quorvel

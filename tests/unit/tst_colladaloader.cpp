@@ -47,6 +47,8 @@ private slots:
     void badFiles();
     void unreadableFiles_data();
     void unreadableFiles();
+    void sizeLimit_data();
+    void sizeLimit();
 
     void threadDeliversNewScenes();
     void secondLoadInTheThreadIsFatal();
@@ -470,16 +472,20 @@ void TestColladaLoader::unreadableFiles_data()
     QTest::addColumn<QString>("file");
     QTest::addColumn<QString>("sentence");
 
-    const QString advice = QStringLiteral("): check that it is a file, and readable for you");
-    const auto row = [&](const char *title, const char *file, const char *name, const char *reason) {
+    const QString usualAdvice = QStringLiteral("): check that it is a file, and readable for you");
+    const auto row = [&](const char *title, const char *file, const char *name, const char *reason,
+                         const QString &advice) {
         QTest::newRow(title) << QString::fromLatin1(file)
                              << QStringLiteral("%1: the file cannot be read (").arg(QLatin1String(name)) +
                                     QLatin1String(reason) + advice;
     };
-    row("missing", "missing.dae", "missing.dae", "No such file or directory");
-    row("directory", "folder.dae", "folder.dae", "file to open is a directory");
-    row("forbidden", "forbidden.dae", "forbidden.dae", "Permission denied");
-    row("no name", "", "(no name)", "No file name specified");
+    row("missing", "missing.dae", "missing.dae", "No such file or directory", usualAdvice);
+    row("directory", "folder.dae", "folder.dae", "file to open is a directory", usualAdvice);
+    row("forbidden", "forbidden.dae", "forbidden.dae", "Permission denied", usualAdvice);
+    row("no name", "", "(no name)", "No file name specified", usualAdvice);
+    row("too large", "large.dae", "large.dae",
+        "it takes more than 2139095039 bytes, the most that can be read",
+        QStringLiteral("): export the scene in parts, or with less detail"));
 }
 
 void TestColladaLoader::unreadableFiles()
@@ -490,6 +496,8 @@ void TestColladaLoader::unreadableFiles()
     QVERIFY(QDir().mkpath(path("folder.dae")));
     QVERIFY(
         QFile::setPermissions(writeFile("forbidden.dae", ColladaText::simple()), QFileDevice::Permissions()));
+    QFile large(writeFile("large.dae", ColladaText::simple()));
+    QVERIFY(large.resize(qint64(2200) << 20));
     if (file.startsWith("forbidden"))
         qputenv(unprivilegedVariable, "1");
     qputenv(fatalFileVariable, file.isEmpty() ? QByteArray() : path(file).toLocal8Bit());
@@ -499,6 +507,37 @@ void TestColladaLoader::unreadableFiles()
     QVERIFY2(end.text.contains(QStringLiteral("ASSERT: \"scene->m_activeCameraNode\" in file ")),
              qPrintable(end.text));
     QVERIFY2(end.text.contains(QLatin1Char('\n') + sentence), qPrintable(end.text));
+    // Not what the parser says of a text that is not there.
+    QVERIFY2(!end.text.contains(QStringLiteral(":1:0: ")), qPrintable(end.text));
+}
+
+void TestColladaLoader::sizeLimit_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<bool>("isRead");
+    QTest::newRow("as large as can be") << QByteArray("12345678") << 8 << true;
+    QTest::newRow("one byte more") << QByteArray("123456789") << 8 << false;
+    QTest::newRow("as large as can be in UTF-8") << QByteArray("12345\xe9\x37") << 8 << true;
+    QTest::newRow("one byte more in UTF-8") << QByteArray("12345\xe9\x37\x38") << 8 << false;
+    QTest::newRow("one byte more after a NUL") << QByteArray("12345\0", 6) + "\xe9\x37\x38" << 8 << false;
+}
+
+void TestColladaLoader::sizeLimit()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(int, limit);
+    QFETCH(bool, isRead);
+    const SourceText source = readSourceText(writeFile("scene.dae", bytes), limit);
+    QCOMPARE(source.error.isEmpty(), isRead);
+    QCOMPARE(source.advice.isEmpty(), isRead);
+    QCOMPARE(source.text.isEmpty(), !isRead);
+    QCOMPARE(source.key, md5(source.text));
+    // A file that says that it has no bytes, as pipes do.
+    const SourceText sizeless = readSourceText("/proc/self/status", limit);
+    QVERIFY(sizeless.text.isEmpty());
+    QCOMPARE(sizeless.key, md5(QByteArray()));
+    QCOMPARE(sizeless.error, QStringLiteral("it takes more than 8 bytes, the most that can be read"));
 }
 
 void TestColladaLoader::threadDeliversNewScenes()
