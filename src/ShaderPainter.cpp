@@ -65,8 +65,7 @@ std::unique_ptr<GpuGeometry> buildGeometry(const Geometry &geometry)
     const FatalExplanation explanation(
         QStringLiteral(
             "a triangle group of the geometry \"%1\" has too few indices, or one past the end of its "
-            "positions, normals or texture coordinates: export the scene again, or, if it came from the "
-            "cache, delete its cache file")
+            "positions, normals or texture coordinates: export the scene again")
             .arg(geometry.id()));
     auto data = std::make_unique<GpuGeometry>();
     uploadMesh(geometry, data.get());
