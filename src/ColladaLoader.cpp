@@ -4,16 +4,16 @@
 #include "FatalExplanation.h"
 #include "NumberLists.h"
 #include "QueryMessages.h"
+#include "QueryProgram.h"
 #include "Scene.h"
 #include "XmlSceneReceiver.h"
 
 #include <QAbstractMessageHandler>
+#include <QBuffer>
 #include <QDebug>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QFileInfo>
 #include <QUrl>
-#include <QVariant>
 #include <QXmlQuery>
 
 namespace Quorvel
@@ -101,18 +101,16 @@ bool ColladaLoader::evaluateShortened(Scene *scene)
 bool ColladaLoader::evaluate(QByteArray *text, const NumberLists *lists, Scene *scene,
                              QAbstractMessageHandler *messages)
 {
-    QFile program(QStringLiteral(":/xquery/collada.xq"));
-    if (!program.open(QIODevice::ReadOnly))
-        qFatal("%s is missing: this program was linked without its resources",
-               qPrintable(program.fileName()));
+    const bool areFlat = lists && lists->areGeometriesFlat();
+    QByteArray programText = areFlat ? QueryProgram::textForFlatGeometries() : QueryProgram::text();
+    QBuffer program(&programText);
+    program.open(QIODevice::ReadOnly);
     QXmlQuery query;
     query.setMessageHandler(messages);
     m_buffer.setBuffer(text);
     m_buffer.open(QIODevice::ReadOnly);
     query.bindVariable(QStringLiteral("xmlData"), &m_buffer);
-    const bool areFlat = lists && lists->areGeometriesFlat();
-    query.bindVariable(QStringLiteral("areGeometriesFlat"), QVariant(areFlat));
-    query.setQuery(&program, QUrl::fromLocalFile(program.fileName()));
+    query.setQuery(&program, QueryProgram::url());
     XmlSceneReceiver receiver(&query, scene, &scene->geometries(), &scene->lights(), &scene->cameras(),
                               &scene->materials(), &scene->nodes(), lists);
     const bool succeeded = query.evaluateTo(&receiver);

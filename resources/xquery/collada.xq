@@ -22,8 +22,9 @@ xquery version "1.0";
 
 declare variable $xmlData external;
 
-(: True where it is known that local:isFlat holds for all geometries; otherwise it is asked. :)
-declare variable $areGeometriesFlat as xs:boolean external;
+(: Whether it is known that local:isFlat holds for all geometries; otherwise it is asked. Where the loader knows,
+   it writes true() here. :)
+declare variable $areGeometriesFlat as xs:boolean := false();
 
 (: The input. Global variables are only ever short paths, since each use walks them again. :)
 declare variable $collada := doc($xmlData)/*:COLLADA;

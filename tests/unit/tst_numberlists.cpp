@@ -2,6 +2,7 @@
 #include "MessageCapture.h"
 #include "NumberLists.h"
 #include "QueryMessages.h"
+#include "QueryProgram.h"
 #include "Scene.h"
 #include "SceneDump.h"
 #include "XmlSceneReceiver.h"
@@ -53,7 +54,9 @@ Result convert(QByteArray text, const NumberLists *lists)
 {
     Result result;
     const MessageCapture capture;
-    QFile program(QStringLiteral(":/xquery/collada.xq"));
+    const bool areFlat = lists && lists->areGeometriesFlat();
+    QByteArray programText = areFlat ? QueryProgram::textForFlatGeometries() : QueryProgram::text();
+    QBuffer program(&programText);
     program.open(QIODevice::ReadOnly);
     Scene scene;
     QueryMessages messages(QStringLiteral("file"));
@@ -62,8 +65,7 @@ Result convert(QByteArray text, const NumberLists *lists)
     QBuffer buffer(&text);
     buffer.open(QIODevice::ReadOnly);
     query.bindVariable(QStringLiteral("xmlData"), &buffer);
-    query.bindVariable(QStringLiteral("areGeometriesFlat"), QVariant(lists && lists->areGeometriesFlat()));
-    query.setQuery(&program, QUrl::fromLocalFile(program.fileName()));
+    query.setQuery(&program, QueryProgram::url());
     XmlSceneReceiver receiver(&query, &scene, &scene.geometries(), &scene.lights(), &scene.cameras(),
                               &scene.materials(), &scene.nodes(), lists);
     result.succeeded = query.evaluateTo(&receiver);
@@ -92,9 +94,7 @@ QString difference(const QByteArray &document, const NumberLists &lists)
 /// What the query's own look says of all geometries of a document whose root is <a>.
 bool queryFindsFlat(QByteArray document)
 {
-    QFile file(QStringLiteral(":/xquery/collada.xq"));
-    file.open(QIODevice::ReadOnly);
-    const QString program = QString::fromUtf8(file.readAll());
+    const QString program = QString::fromUtf8(QueryProgram::text());
     const int begin = program.indexOf(QLatin1String("declare function local:isFlat"));
     const int end = program.indexOf(QLatin1String("};"), begin) + 2;
     QBuffer buffer(&document);

@@ -1,3 +1,5 @@
+#include "QueryProgram.h"
+
 #include <QAbstractMessageHandler>
 #include <QAbstractXmlReceiver>
 #include <QBuffer>
@@ -8,6 +10,8 @@
 #include <QtTest>
 
 #include <algorithm>
+
+using namespace Quorvel;
 
 namespace
 {
@@ -141,19 +145,18 @@ QByteArray bytes(const QString &path)
 const QString queryPath = QStringLiteral(":/xquery/collada.xq");
 const QString colladaUri = QStringLiteral("http://www.collada.org/2005/11/COLLADASchema");
 
-/// Runs the query over the bytes of a document, as the loader does.
+/// Runs the query, the resource as a rule, over the bytes of a document, with one variable bound.
 struct Conversion
 {
-    explicit Conversion(QByteArray document)
+    explicit Conversion(QByteArray document, QByteArray program = bytes(queryPath))
     {
         QBuffer input(&document);
         input.open(QIODevice::ReadOnly);
-        QFile text(queryPath);
+        QBuffer text(&program);
         text.open(QIODevice::ReadOnly);
         query.setMessageHandler(&messages);
         query.bindVariable(QStringLiteral("xmlData"), &input);
-        query.bindVariable(QStringLiteral("areGeometriesFlat"), QVariant(false));
-        query.setQuery(&text, QUrl::fromLocalFile(text.fileName()));
+        query.setQuery(&text, QUrl::fromLocalFile(queryPath));
         recorder.reset(new Recorder(query.namePool()));
         succeeded = query.isValid() && query.evaluateTo(recorder.data());
     }
@@ -222,6 +225,8 @@ class TestQuery : public QObject
 private slots:
     void resourceHasCrLfLineEnds();
     void compilesWithoutMessages();
+    void xmlDataIsTheOnlyExternalVariable();
+    void programForFlatGeometriesDoesNotLook();
     void fixture_data();
     void fixture();
     void constructedElementsAreInNoNamespace();
@@ -251,6 +256,46 @@ void TestQuery::compilesWithoutMessages()
     const Conversion conversion("<COLLADA/>");
     QVERIFY(conversion.succeeded);
     QCOMPARE(conversion.messages.lines, QStringList());
+}
+
+void TestQuery::xmlDataIsTheOnlyExternalVariable()
+{
+    const QRegularExpression declaration(
+        QStringLiteral("declare\\s+variable\\s+\\$(\\S+)[^;]*\\sexternal\\s*;"));
+    const QString program = QString::fromUtf8(bytes(queryPath));
+    QStringList names;
+    for (QRegularExpressionMatchIterator found = declaration.globalMatch(program); found.hasNext();)
+        names.append(found.next().captured(1));
+    QCOMPARE(names, QStringList{QStringLiteral("xmlData")});
+
+    const Conversion conversion(
+        "<COLLADA><library_geometries><geometry id='g'/></library_geometries></COLLADA>");
+    QVERIFY2(conversion.succeeded, qPrintable(conversion.messages.lines.join(QLatin1Char('\n'))));
+    QVERIFY(conversion.recorder->lines().contains(QStringLiteral("      @id=g")));
+}
+
+void TestQuery::programForFlatGeometriesDoesNotLook()
+{
+    const auto document = [](const QByteArray &begin, const QByteArray &end) {
+        return "<COLLADA><library_geometries><geometry><mesh>" + begin +
+               "<source id='s'><float_array>1 2 3</float_array></source>" + end +
+               "<vertices><input semantic='POSITION' source='#s'/></vertices>"
+               "</mesh></geometry></library_geometries></COLLADA>";
+    };
+    const auto vertices = [](const QByteArray &text, const QByteArray &program) {
+        const Conversion conversion(text, program);
+        return conversion.succeeded ? conversion.recorder->texts(QStringLiteral("vertices"))
+                                    : QStringList(QStringLiteral("failed"));
+    };
+    const QStringList found(QStringLiteral("1 2 3"));
+    const QByteArray plain = QueryProgram::text();
+    const QByteArray flat = QueryProgram::textForFlatGeometries();
+    QCOMPARE(plain, bytes(queryPath));
+    QCOMPARE(vertices(document("", ""), plain), found);
+    QCOMPARE(vertices(document("", ""), flat), found);
+    QCOMPARE(vertices(document("<x><y>", "</y></x>"), plain), found);
+    // Where no program puts a source, and where the other has to look for it.
+    QVERIFY(vertices(document("<x><y>", "</y></x>"), flat) != found);
 }
 
 void TestQuery::fixture_data()
