@@ -101,6 +101,8 @@ void ShadowMaps::draw(const PainterState &state, const Node &lightNode, ShaderPa
     clearToFarAway();
 
     const QMatrix4x4 lightMatrix = shadowMatrix(*state.scene(), lightNode);
+    // Quirk(shared-light): of a light on several nodes the last in the list gives map and matrix to all;
+    // a map is a light's, as memory is short, and files give each lamp a light of its own.
     m_matrices[lightNode.lightModel()] = lightMatrix;
     drawScene(*state.scene(), {lightMatrix, lightMatrix, false}, geometry, culling);
 }

@@ -22,8 +22,9 @@ class ShadingPrograms;
 
 /// What the lights of one scene see, as depth-like values, for the lighting pass to compare with.
 ///
-/// A map is made once for a light, reused and drawn anew for every frame. GUI thread; every member needs the
-/// GL context of the programs current, the destructor included. Keeps references to what it is made from.
+/// A map is made once for a light, reused and drawn anew for every frame; a light on several nodes has one
+/// all the same. GUI thread; every member needs the GL context of the programs current, the destructor
+/// included. Keeps references to what it is made from.
 class ShadowMaps
 {
 public:

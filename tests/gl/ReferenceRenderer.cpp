@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
 namespace Quorvel::Test::Reference
 {
@@ -88,6 +87,12 @@ Vector towards(const Light &light, const Vector &position)
     return light.kind == Light::Kind::Directional ? -1.0 * light.direction : light.position - position;
 }
 
+/// As above, from where its shadows fall.
+Vector towardsShadowOrigin(const Light &light, const Vector &position)
+{
+    return light.shadowOrigin ? *light.shadowOrigin - position : towards(light, position);
+}
+
 bool isHidden(const Picture &picture, const Item &receiver, const Light &light, const Vector &position)
 {
     const double end = light.kind == Light::Kind::Directional ? HUGE_VAL : 1.0;
@@ -95,7 +100,8 @@ bool isHidden(const Picture &picture, const Item &receiver, const Light &light, 
         if (&item == &receiver || !item.castsShadow)
             continue;
         for (const Triangle &triangle : item.triangles) {
-            const std::optional<Hit> hit = intersect(position, towards(light, position), triangle);
+            const std::optional<Hit> hit =
+                intersect(position, towardsShadowOrigin(light, position), triangle);
             if (hit && hit->distance < end)
                 return true;
         }
@@ -106,7 +112,7 @@ bool isHidden(const Picture &picture, const Item &receiver, const Light &light, 
 /// Whether places within the penumbra's width disagree on being hidden from the light.
 bool isPenumbra(const Picture &picture, const Item &receiver, const Light &light, const Vector &position)
 {
-    const Vector ray = unit(towards(light, position));
+    const Vector ray = unit(towardsShadowOrigin(light, position));
     const Vector across = unit(std::abs(ray.x) < 0.9 ? cross(ray, {1, 0, 0}) : cross(ray, {0, 1, 0}));
     const Vector other = cross(ray, across);
     const bool hidden = isHidden(picture, receiver, light, position);

@@ -5,6 +5,7 @@
 #include <QVector2D>
 #include <QVector3D>
 
+#include <optional>
 #include <vector>
 
 /// A second opinion on what a picture must look like: a ray caster that shares no code with the viewer and
@@ -49,6 +50,8 @@ struct Light
     double hotspot = 0.0;
     double falloff = 0.0;
     bool castsShadows = false;
+    /// Where its shadows fall from, if that is not where it shines from.
+    std::optional<Vector> shadowOrigin;
     /// How far, across the light's rays, the soft edge of a shadow may reach to either side.
     double penumbra = 0.0;
 };

@@ -8,6 +8,7 @@
 #include "Node.h"
 #include "PainterState.h"
 #include "ShadingPrograms.h"
+#include "ShadowMatrices.h"
 
 #include <QGLFramebufferObject>
 #include <QtTest>
@@ -41,6 +42,9 @@ private slots:
     void biasTakesTheStartOfSpotShadows();
     void thingsBehindADirectionalLightCastShadows();
     void secondFrameReusesTheMap();
+    void movedLightTakesItsShadowsAlong();
+    void turnedDirectionalLightTakesItsShadowsAlong();
+    void lightOnTwoNodesCastsShadowsFromTheLast();
     void noMap_data();
     void noMap();
     void pointLightsCastNone();
@@ -359,6 +363,78 @@ void TestShadows::secondFrameReusesTheMap()
     painter.release();
     QVERIFY(!painter.shadowMaps().map(light));
     QVERIFY(!glIsTexture(texture));
+}
+
+void TestShadows::movedLightTakesItsShadowsAlong()
+{
+    FrameSketch sketch;
+    Light *light = addSpot(&sketch, {0.9f, 0.8f, 0.7f}, 1.5f, 1, 0);
+    Material *material = sketch.addMaterial({0.8f, 0.9f, 1});
+    sketch.addQuad(wall, material);
+    sketch.addQuad(blocker, material);
+    Scene &scene = sketch.scene.scene();
+    ForwardPainter painter;
+    QCOMPARE(faultOfShadow(sketch, drawFrame(m_context, painter, scene, withShadows)), QString());
+    const QGLFramebufferObject *map = painter.shadowMaps().map(light);
+
+    // Across the view, and nearer to the wall: the far distance changes too.
+    const QVector3D position(-1.3f, 0.4f, -0.5f);
+    scene.findNode("light-1")->setLocalTransform(translation(position.x(), position.y(), position.z()));
+    sketch.expected.lights[0].position = position;
+    QCOMPARE(faultOfShadow(sketch, drawFrame(m_context, painter, scene, withShadows)), QString());
+    QCOMPARE(painter.shadowMaps().map(light), map);
+}
+
+void TestShadows::turnedDirectionalLightTakesItsShadowsAlong()
+{
+    // The node's scale makes the light's 1000 units 10 units of the world. It stands in the middle of the
+    // bounds, as in directionalShadowEndsAtTheWindow().
+    const auto turned = [](float degrees) {
+        QMatrix4x4 world = translation(0, 0, 0.7f) * rotation(degrees, 0, 1, 0);
+        world.scale(0.01f, 0.01f, 1);
+        return world;
+    };
+    FrameSketch sketch;
+    sketch.addLight(Light::DirectionalLight, {0.9f, 0.8f, 0.7f}, turned(-25))->setShadow(true);
+    Reference::Light &expected = sketch.expected.lights[0];
+    expected.castsShadows = true;
+    expected.penumbra = 0.06;
+    Material *material = sketch.addMaterial({0.8f, 0.9f, 1});
+    sketch.addQuad(wall, material);
+    sketch.addQuad({{-0.4f, -0.8f, -2}, {0.8f, 0, 0}, {0, 1.6f, 0}}, material);
+    for (const float x : {-2.0f, -1.0f, 0.0f, 1.0f, 2.0f})
+        sketch.addQuad({{x, 0, 4}, {0.1f, 0, 0}, {0, 0.1f, 0}}, material);
+    Scene &scene = sketch.scene.scene();
+    ForwardPainter painter;
+    for (const float degrees : {-25.0f, 25.0f}) {
+        scene.findNode("light-1")->setLocalTransform(turned(degrees));
+        expected.direction = rotation(degrees, 0, 1, 0).mapVector({0, 0, -1});
+        QCOMPARE(faultOfShadow(sketch, drawFrame(m_context, painter, scene, withShadows)), QString());
+    }
+}
+
+void TestShadows::lightOnTwoNodesCastsShadowsFromTheLast()
+{
+    FrameSketch sketch;
+    Light *light = addSpot(&sketch, {0.4f, 0.5f, 0.3f}, 1.5f, 1, 0);
+    const QVector3D last(-1.4f, -0.4f, 0.3f);
+    sketch.scene.node("light-again", translation(last.x(), last.y(), last.z()))->setModel(light);
+    sketch.expected.lights.push_back(sketch.expected.lights[0]);
+    sketch.expected.lights[1].position = last;
+    Material *material = sketch.addMaterial({0.8f, 0.9f, 1});
+    sketch.addQuad(wall, material);
+    sketch.addQuad(blocker, material);
+    Scene &scene = sketch.scene.scene();
+    ForwardPainter painter;
+    const QImage drawn = drawFrame(m_context, painter, scene, withShadows);
+
+    // Each node shines from its own place, and what the last one does not see lies in the shadow of both.
+    sketch.expected.lights[0].shadowOrigin = last;
+    QCOMPARE(faultOfShadow(sketch, drawn), QString());
+    QCOMPARE(painter.shadowMaps().matrix(light), shadowMatrix(scene, *scene.findNode("light-again")));
+    // Shadows from each node's own place would show.
+    sketch.expected.lights[0].shadowOrigin.reset();
+    QVERIFY(!sketch.fault(drawn).isEmpty());
 }
 
 void TestShadows::noMap_data()
