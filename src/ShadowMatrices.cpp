@@ -67,6 +67,8 @@ QMatrix4x4 shadowMatrix(const Scene &scene, const Node &lightNode)
     const ClipDistances clip = clipDistances(scene, lightView);
     // Quirk(behind-the-light): with z scaled down, the near plane hardly cuts any more, and things behind a
     // directional light cast shadows too; such a light stands nowhere, so nothing can be behind it.
+    // Quirk(scaled-clipping): below a far distance of 1 it is scaled up, and casters leave the clip volume;
+    // one matrix serves map and receivers, and scenes that small in their own units are rare.
     QMatrix4x4 depthScale;
     depthScale.scale(1.0f, 1.0f, 1.0f / clip.far);
     return depthScale * lightProjection(*lightNode.lightModel(), clip) * lightView;

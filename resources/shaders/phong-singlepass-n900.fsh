@@ -71,7 +71,8 @@ LIGHTING float shadowFactor(sampler2D shadowMap, LIGHTING vec4 shadowCoord, LIGH
     // Quirk(shadow-bias): 0.04 takes the first 1/25 of the far distance off a spot's shadows, and beyond a far
     // distance of about 25 all of a directional light's, whose depths end at 1/far; scenes are lit for it.
     LIGHTING float bias = 0.000015 / (NdotL * NdotL) + 0.04;
-    LIGHTING float receiver = shadowCoord.z - bias;
+    // The map clamps to 1 what is far away: a texel of 1 hides nothing, however far the receiver.
+    LIGHTING float receiver = min(shadowCoord.z - bias, 1.0);
     LIGHTING vec2 rotation = texture2D(pcfRotationMap, gl_FragCoord.xy / rotationMapSize).xy * 2.0 - 1.0;
     LIGHTING float hidden = occluded(shadowMap, uv, receiver, vec2(-0.94201624, -0.39906216), rotation)
                             + occluded(shadowMap, uv, receiver, vec2(0.94558609, -0.76890725), rotation)

@@ -25,6 +25,10 @@ public:
 private slots:
     void biasGrowsWithGrazingLight_data();
     void biasGrowsWithGrazingLight();
+    void smallSceneIsLitWhereNothingStands_data();
+    void smallSceneIsLitWhereNothingStands();
+    void smallScenesLoseCasters_data();
+    void smallScenesLoseCasters();
 };
 
 namespace
@@ -124,6 +128,59 @@ void TestShadowDepth::biasGrowsWithGrazingLight()
     sketch.addSheet(sheet);
     const double apart = sketch.directionalDepth(WallSketch::wallDistance) - sketch.directionalDepth(sheet);
     QVERIFY2(std::abs(apart - 0.06) < 0.001, qPrintable(QString::number(apart)));
+    QCOMPARE(sketch.brightness(m_context, false), 255);
+    QCOMPARE(sketch.brightness(m_context, true), shadow ? 0 : 255);
+}
+
+void TestShadowDepth::smallSceneIsLitWhereNothingStands_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<float>("scale");
+    for (const float scale : {1.0f, 0.4f, 0.1f, 0.01f}) {
+        QTest::addRow("directional light, scale %g", double(scale)) << int(Light::DirectionalLight) << scale;
+        QTest::addRow("spot light, scale %g", double(scale)) << int(Light::SpotLight) << scale;
+    }
+}
+
+void TestShadowDepth::smallSceneIsLitWhereNothingStands()
+{
+    QFETCH(int, type);
+    QFETCH(float, scale);
+    WallSketch sketch(type, scale);
+    QCOMPARE(sketch.clip().far < 1, scale < 1);
+    QCOMPARE(sketch.brightness(m_context, false), 255);
+    QCOMPARE(sketch.brightness(m_context, true), 255);
+}
+
+void TestShadowDepth::smallScenesLoseCasters_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<float>("scale");
+    QTest::addColumn<float>("distance");
+    QTest::addColumn<bool>("shadow");
+    // The far distances are about 2.3 times the scale, the near ones a 54th of that.
+    QTest::newRow("directional light") << int(Light::DirectionalLight) << 1.0f << 1.25f << true;
+    QTest::newRow("directional light, nearer") << int(Light::DirectionalLight) << 1.0f << 0.2f << true;
+    QTest::newRow("directional light, small scene") << int(Light::DirectionalLight) << 0.2f << 1.25f << true;
+    QTest::newRow("directional light, small scene, nearer")
+        << int(Light::DirectionalLight) << 0.2f << 0.2f << false;
+    QTest::newRow("directional light, small scene, farther")
+        << int(Light::DirectionalLight) << 0.2f << 1.85f << false;
+    QTest::newRow("spot light") << int(Light::SpotLight) << 1.0f << 1.25f << true;
+    QTest::newRow("spot light, far 0.92") << int(Light::SpotLight) << 0.4f << 0.4f << true;
+    QTest::newRow("spot light, far 0.92, farther") << int(Light::SpotLight) << 0.4f << 1.25f << false;
+    QTest::newRow("spot light, small scene") << int(Light::SpotLight) << 0.2f << 0.4f << false;
+}
+
+void TestShadowDepth::smallScenesLoseCasters()
+{
+    QFETCH(int, type);
+    QFETCH(float, scale);
+    QFETCH(float, distance);
+    QFETCH(bool, shadow);
+    WallSketch sketch(type, scale);
+    sketch.addSheet(distance);
+    QCOMPARE(sketch.clip().far < 1, scale < 1);
     QCOMPARE(sketch.brightness(m_context, false), 255);
     QCOMPARE(sketch.brightness(m_context, true), shadow ? 0 : 255);
 }

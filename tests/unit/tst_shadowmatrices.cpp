@@ -25,6 +25,9 @@ private slots:
     void directionalWindowIsFixed();
     void directionalDepthsShrinkWithTheFarDistance();
     void lightAmidstTheScene();
+    void depthsOfASmallSceneLeaveTheClipVolume_data();
+    void depthsOfASmallSceneLeaveTheClipVolume();
+    void movedLightSeesFromItsNewPlace();
     void cubeFacesLookAlongTheAxes_data();
     void cubeFacesLookAlongTheAxes();
     void cubeExtentHoldsAllBounds();
@@ -144,6 +147,42 @@ void TestShadowMatrices::lightAmidstTheScene()
     const double far = 1 + radius;
     const QVector4D at = wall.matrix() * QVector4D(0, 0, float(-4 - near), 1);
     QVERIFY(isNear(double(at.z()), -near / far));
+}
+
+void TestShadowMatrices::depthsOfASmallSceneLeaveTheClipVolume_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::newRow("spot") << int(Light::SpotLight);
+    QTest::newRow("directional") << int(Light::DirectionalLight);
+}
+
+void TestShadowMatrices::depthsOfASmallSceneLeaveTheClipVolume()
+{
+    QFETCH(int, type);
+    SceneSketch sketch;
+    sketch.light(type, Qt::white)->setFalloff(90);
+    // The wall of the other tests, a tenth as large: the far distance is 0.86.
+    sketch.quadNode({{-0.3f, -0.2f, -0.5f}, {0.6f, 0, 0}, {0, 0.4f, 0}}, sketch.material("white"));
+    Scene &scene = sketch.scene();
+    const double far = (5 + radius) / 10;
+    const QMatrix4x4 matrix = shadowMatrix(scene, *scene.findNode("light-1"));
+    const QVector4D farthest = matrix * QVector4D(0, 0, float(-far), 1);
+    QVERIFY(isNear(double(farthest.z()), type == Light::SpotLight ? 1 : 1 / far));
+    QVERIFY(isNear(double(farthest.w()), type == Light::SpotLight ? far : 1));
+    QVERIFY(farthest.z() > farthest.w());
+}
+
+void TestShadowMatrices::movedLightSeesFromItsNewPlace()
+{
+    WallScene wall(Light::SpotLight);
+    wall.light->setFalloff(90);
+    const QMatrix4x4 before = wall.matrix();
+    const QMatrix4x4 world = translation(1, 2, 3) * rotation(20, 1, 0, 0);
+    wall.sketch.scene().findNode("light-1")->setLocalTransform(world);
+    QVERIFY(wall.matrix() != before);
+    WallScene there(Light::SpotLight, world);
+    there.light->setFalloff(90);
+    QCOMPARE(wall.matrix(), there.matrix());
 }
 
 void TestShadowMatrices::cubeFacesLookAlongTheAxes_data()
