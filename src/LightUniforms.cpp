@@ -86,6 +86,8 @@ QVector3D lightDirection(const Scene &scene, const Node &lightNode, LightTargets
 
 float spotFalloff(const Light &light)
 {
+    // Quirk(inverted-cone): a spot whose falloff is below its hotspot lights all but its cone;
+    // given angles are used as given, and exporters keep the hotspot the narrower one.
     if (light.falloff() != 0.0f)
         return light.falloff();
     return light.hotspotBeam() + std::max(1.0f, 0.1f * light.hotspotBeam());

@@ -31,6 +31,10 @@ private slots:
     void point();
     void spotCone();
     void spotWithoutFalloff();
+    void spotFadesInwards_data();
+    void spotFadesInwards();
+    void spotEndsSharply_data();
+    void spotEndsSharply();
     void specular();
     void interpolatedNormals();
     void threeLights();
@@ -44,6 +48,35 @@ private slots:
     void withoutAnyProgramOnlyTheBackgroundShows();
     void unlinkedProgramFallsBack();
 };
+
+namespace
+{
+
+/// A spot light to the left of the eye, whose cone ends, in full angles, on the wall before it: the wall's
+/// left corners lie 24 degrees off its axis, the right ones 47.
+struct SideSpot
+{
+    SideSpot(float hotspot, float falloff, bool lowQuality) : lowQuality(lowQuality)
+    {
+        sketch.expected.perVertex = lowQuality;
+        sketch.addSpot({0.9f, 0.8f, 0.7f}, translation(-2, 0, 0), hotspot, falloff);
+        sketch.addQuad(wall, material);
+    }
+
+    QImage draw(OffscreenContext &context)
+    {
+        return drawFrame(context, sketch.scene.scene(),
+                         [this](PainterState &state) { state.setLowQuality(lowQuality); });
+    }
+    static int inside(const QImage &drawn) { return qRed(drawn.pixel(20, height / 2)); }
+    static int outside(const QImage &drawn) { return qRed(drawn.pixel(width - 10, height / 2)); }
+
+    FrameSketch sketch;
+    Material *material = sketch.addMaterial({0.9f, 0.9f, 0.9f});
+    bool lowQuality;
+};
+
+} // namespace
 
 void TestLighting::ambientOnly()
 {
@@ -131,6 +164,37 @@ void TestLighting::spotWithoutFalloff()
     const Reference::Comparison comparison =
         Reference::compare(sketch.expected, drawFrame(m_context, sketch.scene.scene()), 3);
     QVERIFY2(comparison.differing == 0, qPrintable(describe(comparison)));
+}
+
+void TestLighting::spotFadesInwards_data()
+{
+    QTest::addColumn<bool>("lowQuality");
+    QTest::newRow("per pixel") << false;
+    QTest::newRow("per vertex") << true;
+}
+
+void TestLighting::spotFadesInwards()
+{
+    QFETCH(bool, lowQuality);
+    SideSpot side(80, 60, lowQuality);
+    // Dark around its axis, and full from the hotspot's angle outwards.
+    const QImage drawn = side.draw(m_context);
+    QCOMPARE(side.sketch.fault(drawn), QString());
+    QVERIFY(side.inside(drawn) < side.outside(drawn));
+}
+
+void TestLighting::spotEndsSharply_data()
+{
+    spotFadesInwards_data();
+}
+
+void TestLighting::spotEndsSharply()
+{
+    QFETCH(bool, lowQuality);
+    SideSpot side(70, 70, lowQuality);
+    const QImage drawn = side.draw(m_context);
+    QCOMPARE(side.sketch.fault(drawn), QString());
+    QVERIFY(side.inside(drawn) > side.outside(drawn));
 }
 
 void TestLighting::specular()
