@@ -39,6 +39,8 @@ private slots:
     void interpolatedNormals();
     void threeLights();
     void moreThanThreeLights();
+    void unevenScalesOfLightAndCamera_data();
+    void unevenScalesOfLightAndCamera();
     void multiplierIsNotUsed();
     void directionalKeepsTheSlotsSpotFlag();
     void newPainterStartsWithoutSpotFlags_data();
@@ -51,6 +53,13 @@ private slots:
 
 namespace
 {
+
+void addQualityRows()
+{
+    QTest::addColumn<bool>("lowQuality");
+    QTest::newRow("per pixel") << false;
+    QTest::newRow("per vertex") << true;
+}
 
 /// A spot light to the left of the eye, whose cone ends, in full angles, on the wall before it: the wall's
 /// left corners lie 24 degrees off its axis, the right ones 47.
@@ -168,9 +177,7 @@ void TestLighting::spotWithoutFalloff()
 
 void TestLighting::spotFadesInwards_data()
 {
-    QTest::addColumn<bool>("lowQuality");
-    QTest::newRow("per pixel") << false;
-    QTest::newRow("per vertex") << true;
+    addQualityRows();
 }
 
 void TestLighting::spotFadesInwards()
@@ -185,7 +192,7 @@ void TestLighting::spotFadesInwards()
 
 void TestLighting::spotEndsSharply_data()
 {
-    spotFadesInwards_data();
+    addQualityRows();
 }
 
 void TestLighting::spotEndsSharply()
@@ -260,6 +267,53 @@ void TestLighting::moreThanThreeLights()
     sketch.scene.light(Light::DirectionalLight, Qt::white);
     sketch.addQuad(wall, sketch.addMaterial({1, 1, 1}));
     QCOMPARE(fault(sketch), QString());
+}
+
+void TestLighting::unevenScalesOfLightAndCamera_data()
+{
+    addQualityRows();
+}
+
+void TestLighting::unevenScalesOfLightAndCamera()
+{
+    QFETCH(bool, lowQuality);
+    const auto scaling = [](float x, float y, float z) {
+        QMatrix4x4 matrix;
+        matrix.scale(x, y, z);
+        return matrix;
+    };
+    FrameSketch sketch;
+    sketch.expected.perVertex = lowQuality;
+    QList<Node *> &nodes = sketch.scene.incomplete().nodes();
+    nodes.first()->setLocalTransform(scaling(1.25f, 0.8f, 0.9f) * rotation(20, 0, 1, 0));
+    // Light is worked out in view space, and so is the reference: what it knows goes through these, as points
+    // and as normals, which keep the length that they get.
+    const QMatrix4x4 points = rotation(-20, 0, 1, 0) * scaling(1 / 1.25f, 1 / 0.8f, 1 / 0.9f);
+    const QMatrix4x4 normals = rotation(-20, 0, 1, 0) * scaling(1.25f, 0.8f, 0.9f);
+
+    std::vector<Reference::Light> &expected = sketch.expected.lights;
+    sketch.addLight(Light::PointLight, {0.2f, 0.3f, 0.5f}, translation(-1, 1, -2));
+    expected[0].position = points.map(QVector3D(-1, 1, -2));
+    sketch.addSpot({0.2f, 0.9f, 0.3f}, translation(-1.5f, 0, 0), 40, 60);
+    expected[1].position = points.map(QVector3D(-1.5f, 0, 0));
+    expected[1].direction = normals.mapVector({0, 0, -1});
+    // Turned, this one shines along (0, -sqrt(3), -1), before its parent stretches it.
+    sketch.addLight(Light::DirectionalLight, {0.6f, 0.4f, 0.2f}, rotation(-60, 1, 0, 0));
+    Node *turned = nodes.last();
+    turned->setParent(sketch.scene.node("parent", scaling(1, 3, 1)));
+    expected[2].direction = normals.mapVector(QVector3D(0, -std::sqrt(3.0f) / 3, -1).normalized());
+
+    Material *material = sketch.addMaterial({0.8f, 0.9f, 0.7f});
+    const Quad leaning = {{-3, -2, -4}, {6, 0, -2}, {0, 4, -1}};
+    sketch.scene.quadNode(leaning, material);
+    std::vector<Reference::Triangle> seen =
+        Reference::quad(points.map(leaning.origin), points.mapVector(leaning.u), points.mapVector(leaning.v));
+    for (Reference::Triangle &triangle : seen) {
+        for (Reference::Vector &normal : triangle.normals)
+            normal = normals.mapVector(leaning.normal());
+    }
+    sketch.expected.items.push_back({seen, surface(*material), false});
+    QCOMPARE(fault(sketch, [=](PainterState &state) { state.setLowQuality(lowQuality); }), QString());
 }
 
 void TestLighting::multiplierIsNotUsed()

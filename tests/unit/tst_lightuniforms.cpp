@@ -11,6 +11,8 @@
 #include <QtMath>
 #include <QtTest>
 
+#include <cmath>
+
 using namespace Quorvel;
 using namespace Quorvel::Test;
 
@@ -47,6 +49,8 @@ private slots:
     void pointLightInViewSpace();
     void directionalLightPointsTowardsItself();
     void spotLightHasHalfAngles();
+    void unevenScaleOfTheLight();
+    void unevenScaleOfTheCamera();
     void targetGoesBeforeTheAxis();
     void targetIsFollowedWhenItMoves();
     void missingTargetIsFatal();
@@ -116,6 +120,31 @@ void TestLightUniforms::spotLightHasHalfAngles()
     QVERIFY(near(uniforms.direction, {1, 0, 0}));
     QCOMPARE(uniforms.cosHotspot, float(qCos(qDegreesToRadians(20.0))));
     QCOMPARE(uniforms.cosFalloff, float(qCos(qDegreesToRadians(30.0))));
+}
+
+void TestLightUniforms::unevenScaleOfTheLight()
+{
+    SceneSketch builder;
+    QMatrix4x4 tall;
+    tall.scale(1, 2, 1);
+    // Turned, it shines along (0, 1, -1); as a normal, that leans away from the axis that is stretched.
+    builder.light(Light::SpotLight, Qt::white, rotation(45, 1, 0, 0), builder.node("parent", tall))
+        ->setHotspotBeam(20);
+    const float length = std::sqrt(5.0f);
+    QVERIFY(near(lightsOf(builder).lights[0].direction, {0, 1 / length, -2 / length}));
+}
+
+void TestLightUniforms::unevenScaleOfTheCamera()
+{
+    SceneSketch builder;
+    QMatrix4x4 deep;
+    deep.scale(1, 1, 3);
+    builder.camera(rotation(90, 0, 1, 0), 45, builder.node("parent", deep));
+    builder.light(Light::SpotLight, Qt::white, translation(-2, 5, 6))->setHotspotBeam(20);
+    const LightUniforms uniforms = lightsOf(builder).lights[0];
+    // A position shrinks where a normal grows. The camera looks along -x, so the world's -z is to its right.
+    QVERIFY(near(uniforms.position, {-2, 5, -2, 1}));
+    QVERIFY(near(uniforms.direction, {3, 0, 0}));
 }
 
 void TestLightUniforms::targetGoesBeforeTheAxis()
