@@ -3,6 +3,7 @@
 #include "Gles2.h"
 #include "Light.h"
 #include "Material.h"
+#include "Node.h"
 #include "PainterState.h"
 
 #include <QtTest>
@@ -105,9 +106,46 @@ QStringList leftovers()
     return left;
 }
 
+PainterState stateFor(Scene &scene, int flags)
+{
+    PainterState state(&scene);
+    state.setViewport(QRectF(QPointF(), QSizeF(FrameSketch::size)));
+    state.setAspect(float(width) / float(height));
+    state.setBackgroundColor(QColor(10, 20, 30));
+    setFlags(flags)(state);
+    state.update();
+    return state;
+}
+
+/// Everything that a state holds.
+QVariantList fieldsOf(const PainterState &state)
+{
+    QVariantList fields = {QVariant::fromValue(static_cast<void *>(state.scene())),
+                           state.viewport(),
+                           state.ambient(),
+                           state.sceneToView(),
+                           state.viewToClip(),
+                           state.znear(),
+                           state.zfar(),
+                           state.aspect(),
+                           state.backgroundColor(),
+                           state.backfaceCulling(),
+                           state.lowQuality(),
+                           state.castShadows(),
+                           state.ambientOcclusion(),
+                           state.outlines(),
+                           state.animating()};
+    for (const ClipPlane &plane : state.frustum().planes())
+        fields << plane.a << plane.b << plane.c << plane.d;
+    for (const VisibleItem &item : state.frustum().visibleItems())
+        fields << item.node->id() << item.depth << item.transparency;
+    return fields;
+}
+
 } // namespace
 
-/// The GL state that a frame leaves, whether preparation changes it, and where transparency begins and ends.
+/// The GL state that a frame leaves, whether preparation changes it, what becomes of the state that it is
+/// drawn with, and where transparency begins and ends.
 class TestState : public FrameTest
 {
     Q_OBJECT
@@ -121,6 +159,9 @@ private slots:
     void frameLeavesNoState();
     void preparationChangesNoPixel_data() { addFlagRows(); }
     void preparationChangesNoPixel();
+    void givenStateStaysAsItIs_data() { addFlagRows(); }
+    void givenStateStaysAsItIs();
+    void outlinesLeaveNothingInTheState();
     void beyondFullyTransparentIsNotDrawn();
     void hardlyTransparentWritesNoDepth_data();
     void hardlyTransparentWritesNoDepth();
@@ -188,6 +229,43 @@ void TestState::preparationChangesNoPixel()
     QVERIFY(unprepared.pixelColor(80, 60) != unprepared.pixelColor(0, 0));
     QCOMPARE(draw(true), unprepared);
     QCOMPARE(leftovers(), QStringList());
+}
+
+void TestState::givenStateStaysAsItIs()
+{
+    QFETCH(int, flags);
+    Room room;
+    ForwardPainter painter;
+    PainterState state = stateFor(room.scene(), flags);
+    const QVariantList given = fieldsOf(state);
+    painter.prepare(state);
+    QCOMPARE(fieldsOf(state), given);
+    QImage first;
+    for (int i = 0; i < 3; ++i) {
+        painter.paint(state);
+        QCOMPARE(fieldsOf(state), given);
+        const QImage drawn = m_context.grab();
+        if (i == 0)
+            first = drawn;
+        QCOMPARE(drawn, first);
+    }
+}
+
+/// Without update() in between, which would put some of it right again.
+void TestState::outlinesLeaveNothingInTheState()
+{
+    Room room;
+    ForwardPainter painter;
+    PainterState state = stateFor(room.scene(), 0);
+    painter.paint(state);
+    const QImage plain = m_context.grab();
+    QCOMPARE(plain.pixelColor(0, 0), QColor(10, 20, 30));
+    state.setOutlines(true);
+    painter.paint(state);
+    QCOMPARE(m_context.grab().pixelColor(0, 0), QColor(200, 208, 220));
+    state.setOutlines(false);
+    painter.paint(state);
+    QCOMPARE(m_context.grab(), plain);
 }
 
 void TestState::beyondFullyTransparentIsNotDrawn()
