@@ -29,8 +29,8 @@ public:
     /// Whether somebody is reading, and so waiting for the contents.
     bool isAwaited() { return m_pipe >= 0 || openPipe(O_NONBLOCK); }
 
-    /// Waits for the reader, then gives it the bytes of another file and the end of the file. The other file
-    /// must fit into a pipe (64 KiB). Any thread.
+    /// Waits for the reader, then gives it the bytes of another file and the end of the file. On the thread
+    /// that the reader waits for, the other file must fit into a pipe (64 KiB). Any thread.
     void deliver(const QString &contentsOf)
     {
         QFile source(contentsOf);
