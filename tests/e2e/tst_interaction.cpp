@@ -4,6 +4,8 @@
 
 #include <QDialog>
 
+#include <functional>
+
 using namespace Quorvel;
 
 namespace
@@ -11,6 +13,38 @@ namespace
 
 /// Its camera stands at (0, 0, 10) and looks along -z at the scene's centre, the origin.
 const QString room = QStringLiteral(QUORVEL_FIXTURES "/window/room.dae");
+
+/// Finds the timer whose time-out makes a condition true.
+class TimerFinder : public QObject
+{
+public:
+    explicit TimerFinder(const std::function<bool()> &condition) : m_condition(condition)
+    {
+        qApp->installEventFilter(this);
+    }
+
+    /// Waits for it; null if it does not come.
+    QTimer *find()
+    {
+        return QTest::qWaitFor([this] { return m_found; }, 10000) ? m_found : nullptr;
+    }
+
+protected:
+    bool eventFilter(QObject *receiver, QEvent *event) override
+    {
+        auto *const timer = qobject_cast<QTimer *>(receiver);
+        if (m_found || !timer || event->type() != QEvent::Timer || m_condition())
+            return false;
+        receiver->event(event);
+        if (m_condition())
+            m_found = timer;
+        return true;
+    }
+
+private:
+    std::function<bool()> m_condition;
+    QTimer *m_found = nullptr;
+};
 
 } // namespace
 
@@ -35,11 +69,13 @@ private slots:
     void inputWithoutScene();
 
     void qualityDropsAndComesBack();
+    void qualityTimer();
     void qualityStaysWithTheOptionOff();
     void setCameraTransform();
     void animationTurnsTheCamera();
     void animationClearsLowQuality();
     void animationTimer();
+    void animationInterval();
     void options();
 };
 
@@ -277,6 +313,43 @@ void TestInteraction::qualityDropsAndComesBack()
     QVERIFY2(timer.elapsed() >= 450, qPrintable(QString::number(timer.elapsed())));
 }
 
+void TestInteraction::qualityTimer()
+{
+    ViewerWindow window;
+    QVERIFY(window.open(room));
+    TimerFinder finder([&window] { return !window.state().lowQuality(); });
+    window.wheel(120);
+    const QTimer *const timer = finder.find();
+    QVERIFY(timer);
+    QVERIFY(timer->isSingleShot());
+    const auto isStarted = [timer] { return timer->isActive() && timer->interval() == 500; };
+
+    const QPoint position(600, 300);
+    window.press(position);
+    QVERIFY(!timer->isActive());
+    window.moveTo(position + QPoint(10, 0));
+    QVERIFY(!timer->isActive());
+    window.release(position);
+    QVERIFY(isStarted());
+    window.doubleClick(position);
+    QVERIFY(!timer->isActive());
+    window.release(position);
+    QVERIFY(isStarted());
+    window.view.testAnimation();
+    QVERIFY(!timer->isActive());
+    window.view.setCameraTransform(translation(0, 0, 5));
+    QVERIFY(isStarted());
+    window.view.toggleTestAnimation();
+    window.view.testAnimation();
+    window.view.toggleTestAnimation();
+    QVERIFY(isStarted());
+    // Another turn of the wheel takes the time from the start.
+    QVERIFY(QTest::qWaitFor([timer] { return timer->remainingTime() < 250; }));
+    window.wheel(120);
+    QVERIFY(isStarted());
+    QVERIFY(timer->remainingTime() > 250);
+}
+
 void TestInteraction::qualityStaysWithTheOptionOff()
 {
     ViewerWindow window;
@@ -343,6 +416,22 @@ void TestInteraction::animationTimer()
     const QMatrix4x4 after = window.camera();
     QTRY_VERIFY(!window.state().lowQuality());
     QCOMPARE(window.camera(), after);
+}
+
+void TestInteraction::animationInterval()
+{
+    ViewerWindow window;
+    QVERIFY(window.open(room));
+    const QMatrix4x4 before = window.camera();
+    TimerFinder finder([&] { return window.camera() != before; });
+    window.view.toggleTestAnimation();
+    const QTimer *const timer = finder.find();
+    QVERIFY(timer);
+    QCOMPARE(timer->interval(), 16);
+    QVERIFY(!timer->isSingleShot());
+    QVERIFY(timer->isActive());
+    window.view.toggleTestAnimation();
+    QVERIFY(!timer->isActive());
 }
 
 void TestInteraction::options()
