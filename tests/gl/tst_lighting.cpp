@@ -214,10 +214,9 @@ void TestLighting::specular()
     const QImage image = drawFrame(m_context, sketch.scene.scene());
     QCOMPARE(sketch.fault(image), QString());
     // The mirror point of light and eye lies at 3/8 of the way from above the eye to above the light.
-    const QImage row = image;
     int brightest = 0;
     for (int x = 0; x < width; ++x) {
-        if (row.pixelColor(x, 35).red() > row.pixelColor(brightest, 35).red())
+        if (image.pixelColor(x, 35).red() > image.pixelColor(brightest, 35).red())
             brightest = x;
     }
     QVERIFY2(brightest > width / 2, qPrintable(QString::number(brightest)));

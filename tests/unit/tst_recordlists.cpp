@@ -186,8 +186,8 @@ void TestRecordLists::everyListOfAGeometry()
 
     Scene again;
     load(&again, bytes);
-    const Geometry *const read = again.geometries().value(0);
-    QVERIFY(read && read->trimeshes().size() == 1);
+    const Geometry *const read = again.geometries().first();
+    QCOMPARE(read->trimeshes().size(), 1);
     QVERIFY(read->vertices() == geometry->vertices());
     QVERIFY(read->normals() == geometry->normals());
     QVERIFY(read->texcoords() == geometry->texcoords());
