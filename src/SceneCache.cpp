@@ -107,7 +107,7 @@ struct CacheKind
 {
     const char *name;
     StoredRecord::Access access;
-    const char *whenDamaged;
+    const char *consequence;
 };
 
 constexpr CacheKind globalKind = {"global", StoredRecord::Access::Copied, "replace it or delete it"};
@@ -120,8 +120,8 @@ bool loadCopy(Scene *scene, const QString &path, const CacheKind &kind)
         return false;
     StoredRecord record(path, kind.access);
     if (!record.fault().isEmpty()) {
-        qWarning("ColladaLoader: the converted scene %s is damaged and not used (%s): %s", qPrintable(path),
-                 qPrintable(record.fault()), kind.whenDamaged);
+        qWarning("ColladaLoader: the converted scene %s cannot be used (%s): %s", qPrintable(path),
+                 qPrintable(record.fault()), kind.consequence);
         return false;
     }
     qDebug("ColladaLoader: loading from %s cache", kind.name);

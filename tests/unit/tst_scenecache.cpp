@@ -61,8 +61,7 @@ const QString key = QStringLiteral("key");
 /// The warnings about copies that were not used; their paths are part of them.
 QStringList complaints(const QStringList &lines, const QString &path)
 {
-    return lines.filter(
-        QStringLiteral("ColladaLoader: the converted scene %1 is damaged and not used (").arg(path));
+    return lines.filter(QStringLiteral("ColladaLoader: the converted scene %1 cannot be used (").arg(path));
 }
 
 QByteArray withWord(QByteArray record, int offset, quint32 value)
