@@ -16,6 +16,7 @@ private slots:
     void initTestCase();
     void installs_data();
     void installs();
+    void unitStartsTheInstalledProgram();
     void launcherIsValid();
     void launcherStartsTheViewer();
     void windowBelongsToLauncher();
@@ -97,6 +98,16 @@ void TestPackaging::installs()
 {
     QFETCH(QString, path);
     QVERIFY(QFileInfo(installed(path)).size() > 0);
+}
+
+/// By its absolute name: the system has folders of its own in which it looks for others.
+void TestPackaging::unitStartsTheInstalledProgram()
+{
+    const QString unit = readAll(installed(QStringLiteral("lib/systemd/system/quorvel-session.service")));
+    const QRegularExpressionMatch start =
+        QRegularExpression(QStringLiteral("^ExecStart=(\\S+)"), QRegularExpression::MultilineOption)
+            .match(unit);
+    QCOMPARE(start.captured(1), installed(QStringLiteral("bin/quorvel-session")));
 }
 
 void TestPackaging::launcherIsValid()
