@@ -10,9 +10,11 @@ endif()
 find_program(QUORVEL_CCACHE ccache)
 
 function(quorvel_target target)
+    # Programs do not depend on where and when they were built.
     target_compile_options(${target} PRIVATE
-        -Wall -Wextra -Wpedantic
-        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+        -Wall -Wextra -Wpedantic -Wdate-time
+        "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/="
+        "-ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/")
     # Assertions stay fatal in the shipped build, the toolkit's own container checks included.
     target_compile_definitions(${target} PRIVATE
         QT_FORCE_ASSERTS
