@@ -266,7 +266,8 @@ void TestBake::usageErrorsExitWithTwo()
 {
     const ProgramEnd result = bake({"--size", "big", "a.dae"});
     QCOMPARE(result.status, 2);
-    QCOMPARE(result.err, QStringLiteral("quorvel-bake: --size big: expected N (see quorvel-bake --help)\n"));
+    QCOMPARE(result.err, QStringLiteral("quorvel-bake: --size big: expected a whole number from 16 to 8192 "
+                                        "(see quorvel-bake --help)\n"));
     QCOMPARE(bake({}).status, 2);
     QCOMPARE(bake({"a.dae", "b.dae"}).status, 2);
 }

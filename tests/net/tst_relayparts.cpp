@@ -349,15 +349,18 @@ void TestRelayParts::refusedCommandLines_data()
     for (const char *endpoint : {"80", "127.0.0.1", "127.0.0.1:", ":80", "::1:80", "[::1]", "1.2.3:80",
                                  "1.2.3.4:65536", "1.2.3.400:80", "[fe80]:80", "localhost:80"})
         row({"--listen", endpoint},
-            QStringLiteral("--listen %1: expected ADDR:PORT").arg(QLatin1String(endpoint)));
-    row({"--max-clients", "0"}, "--max-clients 0: expected N");
-    row({"--max-frame", "65535"}, "--max-frame 65535: expected BYTES");
-    row({"--max-frame", "2G"}, "--max-frame 2G: expected BYTES");
-    row({"--max-frame", "1T"}, "--max-frame 1T: expected BYTES");
-    row({"--max-frame", "-1"}, "--max-frame -1: expected BYTES");
-    row({"--max-output", "many"}, "--max-output many: expected BYTES");
+            QStringLiteral(
+                "--listen %1: expected an address and a port, such as 127.0.0.1:80, [::1]:80 or *:80")
+                .arg(QLatin1String(endpoint)));
+    const QString suffixes = QStringLiteral(", with or without K, M or G behind it");
+    row({"--max-clients", "0"}, "--max-clients 0: expected a whole number from 1 to 60000");
+    row({"--max-frame", "65535"}, "--max-frame 65535: expected a number of bytes from 64K to 1G" + suffixes);
+    row({"--max-frame", "2G"}, "--max-frame 2G: expected a number of bytes from 64K to 1G" + suffixes);
+    row({"--max-frame", "1T"}, "--max-frame 1T: expected a number of bytes from 64K to 1G" + suffixes);
+    row({"--max-frame", "-1"}, "--max-frame -1: expected a number of bytes from 64K to 1G" + suffixes);
+    row({"--max-output", "many"}, "--max-output many: expected a number of bytes" + suffixes);
     row({"--max-output", "64K"}, "--max-output 65536: less than one longest frame (67108864)");
-    row({"--idle-timeout", "0"}, "--idle-timeout 0: expected SECONDS");
+    row({"--idle-timeout", "0"}, "--idle-timeout 0: expected a whole number from 1 to 86400");
     row({"--no-such-option"}, "Unknown option 'no-such-option'.");
     row({"word"}, "unexpected word \"word\"");
 }

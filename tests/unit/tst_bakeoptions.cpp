@@ -93,24 +93,31 @@ void TestBakeOptions::refusedCommandLines_data()
     QTest::newRow("two scenes") << QStringList{"a.dae", "b.dae"} << "one scene is needed";
     QTest::newRow("unknown option") << QStringList{"--fast", "a.dae"} << "fast";
     QTest::newRow("value missing") << QStringList{"a.dae", "--size"} << "size";
-    const QVector<QPair<QString, QStringList>> bad = {
-        {"--size", {"big", "15", "8193", "-64", ""}},
-        {"--samples", {"0", "many", "65537"}},
-        {"--bounces", {"-1", "65", "1.5"}},
-        {"--padding", {"1", "-3", "257"}},
-        {"--seed", {"-1", "4294967296", "x"}},
-        {"--threads", {"0", "-1", "1025"}},
-        {"--atlas", {"old", ""}},
-        {"--light-radius", {"-0.1", "nan", "wide"}},
-        {"--sun-angle", {"-1", "91", "inf"}},
-        {"--half-distance", {"0", "-2"}},
-        {"--glow", {"-1", "nan"}},
-        {"--exposure", {"33", "-33", "nan"}},
+    struct Refusal
+    {
+        QString option;
+        QString allowed;
+        QStringList values;
     };
-    for (const auto &[option, values] : bad) {
-        for (const QString &value : values)
-            QTest::addRow("%s %s", qPrintable(option), qPrintable(value))
-                << QStringList{option + "=" + value, "a.dae"} << option + " " + value + ": expected ";
+    const QVector<Refusal> bad = {
+        {"--size", "a whole number from 16 to 8192", {"big", "15", "8193", "-64", ""}},
+        {"--samples", "a whole number from 1 to 65536", {"0", "many", "65537"}},
+        {"--bounces", "a whole number from 0 to 64", {"-1", "65", "1.5"}},
+        {"--padding", "a whole number from 2 to 256", {"1", "-3", "257"}},
+        {"--seed", "a whole number from 0 to 4294967295", {"-1", "4294967296", "x"}},
+        {"--threads", "a whole number from 1 to 1024", {"0", "-1", "1025"}},
+        {"--atlas", "keep or new", {"old", ""}},
+        {"--light-radius", "a number that is not negative", {"-0.1", "nan", "wide"}},
+        {"--sun-angle", "a number from 0 to 90", {"-1", "91", "inf"}},
+        {"--half-distance", "a number above 0", {"0", "-2"}},
+        {"--glow", "a number that is not negative", {"-1", "nan"}},
+        {"--exposure", "a number from -32 to 32", {"33", "-33", "nan"}},
+    };
+    for (const Refusal &refusal : bad) {
+        for (const QString &value : refusal.values)
+            QTest::addRow("%s %s", qPrintable(refusal.option), qPrintable(value))
+                << QStringList{refusal.option + "=" + value, "a.dae"}
+                << refusal.option + " " + value + ": expected " + refusal.allowed;
     }
     QTest::newRow("a copy without a name of its own")
         << QStringList{"--atlas", "new", "a.dae", "-o", "a.jpg"} << "must end in .png";

@@ -65,13 +65,16 @@ void TestRenderOptions::refusedCommandLines_data()
     QTest::newRow("one argument") << QStringList{"a.dae"} << "a scene and an output file are needed";
     QTest::newRow("three arguments") << QStringList{"a", "b", "c"} << "a scene and an output file are needed";
     QTest::newRow("unknown option") << QStringList{"--fast", "a", "b"} << "fast";
-    QTest::newRow("size of one number")
-        << QStringList{"--size", "640", "a", "b"} << "--size 640: expected WxH";
-    QTest::newRow("size of zero") << QStringList{"--size", "0x10", "a", "b"} << "--size 0x10";
+    QTest::newRow("size of one number") << QStringList{"--size", "640", "a", "b"}
+                                        << "--size 640: expected WIDTHxHEIGHT from 1x1 to 99999x99999";
+    QTest::newRow("size of zero") << QStringList{"--size", "0x10", "a", "b"}
+                                  << "--size 0x10: expected WIDTHxHEIGHT from 1x1";
     QTest::newRow("orbit of one angle") << QStringList{"--orbit", "3", "a", "b"} << "--orbit 3: expected H,V";
     QTest::newRow("orbit not finite") << QStringList{"--orbit", "nan,1", "a", "b"} << "--orbit nan,1";
-    QTest::newRow("no frames") << QStringList{"--frames", "0", "a", "b"} << "--frames 0: expected N";
-    QTest::newRow("unknown context") << QStringList{"--gl", "metal", "a", "b"} << "--gl metal: expected KIND";
+    QTest::newRow("no frames") << QStringList{"--frames", "0", "a", "b"}
+                               << "--frames 0: expected a whole number from 1 to 1000000";
+    QTest::newRow("unknown context") << QStringList{"--gl", "metal", "a", "b"}
+                                     << "--gl metal: expected es or desktop";
 }
 
 void TestRenderOptions::refusedCommandLines()

@@ -1,6 +1,7 @@
 #include "BakeOptions.h"
 
-#include <QCommandLineParser>
+#include "OptionReader.h"
+
 #include <QFileInfo>
 
 #include <cmath>
@@ -12,18 +13,11 @@ namespace Quorvel
 namespace
 {
 
-constexpr int MostSamples = 65536;
-constexpr int MostBounces = 64;
-constexpr int MostPadding = 256;
-constexpr int MostThreads = 1024;
-
-template <int Least, int Most>
-bool parseWhole(const QString &text, int *value)
-{
-    bool ok = false;
-    *value = text.toInt(&ok);
-    return ok && *value >= Least && *value <= Most;
-}
+constexpr WholeNumber Size = {BakeSettings::SmallestSize, BakeSettings::LargestSize};
+constexpr WholeNumber Samples = {1, 65536};
+constexpr WholeNumber Bounces = {0, 64};
+constexpr WholeNumber Padding = {2, 256};
+constexpr WholeNumber Threads = {1, 1024};
 
 bool parseSeed(const QString &text, quint32 *seed)
 {
@@ -134,32 +128,30 @@ CommandLine::CommandLine()
 
 bool readValues(const CommandLine &line, BakeOptions *options, QString *error)
 {
-    const auto value = [&line, error](const QCommandLineOption &option, auto parse, auto *out) {
-        if (!line.parser.isSet(option) || parse(line.parser.value(option), out))
-            return true;
-        *error = QStringLiteral("--%1 %2: expected %3")
-                     .arg(option.names().constLast(), line.parser.value(option), option.valueName());
-        return false;
-    };
+    const OptionReader reader(line.parser, error);
     BakeSettings *settings = &options->settings;
     settings->denoise = line.parser.isSet(line.denoise);
     settings->softHighlights = line.parser.isSet(line.softHighlights);
     options->json = line.parser.isSet(line.json);
     options->quiet = line.parser.isSet(line.quiet);
     options->verbose = line.parser.isSet(line.verbose);
-    return value(line.size, parseWhole<BakeSettings::SmallestSize, BakeSettings::LargestSize>,
-                 &settings->size) &&
-           value(line.samples, parseWhole<1, MostSamples>, &settings->samples) &&
-           value(line.bounces, parseWhole<0, MostBounces>, &settings->bounces) &&
-           value(line.padding, parseWhole<2, MostPadding>, &settings->padding) &&
-           value(line.seed, parseSeed, &settings->seed) &&
-           value(line.threads, parseWhole<1, MostThreads>, &settings->threads) &&
-           value(line.atlas, parseAtlas, &options->atlas) &&
-           value(line.lightRadius, parseNotNegative, &settings->lightRadius) &&
-           value(line.sunAngle, parseSunAngle, &settings->sunAngle) &&
-           value(line.halfDistance, parsePositive, &settings->halfDistance) &&
-           value(line.glow, parseNotNegative, &settings->glow) &&
-           value(line.exposure, parseExposure, &settings->exposure);
+    const QString notNegative = QStringLiteral("a number that is not negative");
+    return reader.read(line.size, Size, &settings->size) &&
+           reader.read(line.samples, Samples, &settings->samples) &&
+           reader.read(line.bounces, Bounces, &settings->bounces) &&
+           reader.read(line.padding, Padding, &settings->padding) &&
+           reader.read(line.seed, parseSeed, QStringLiteral("a whole number from 0 to 4294967295"),
+                       &settings->seed) &&
+           reader.read(line.threads, Threads, &settings->threads) &&
+           reader.read(line.atlas, parseAtlas, QStringLiteral("keep or new"), &options->atlas) &&
+           reader.read(line.lightRadius, parseNotNegative, notNegative, &settings->lightRadius) &&
+           reader.read(line.sunAngle, parseSunAngle, QStringLiteral("a number from 0 to 90"),
+                       &settings->sunAngle) &&
+           reader.read(line.halfDistance, parsePositive, QStringLiteral("a number above 0"),
+                       &settings->halfDistance) &&
+           reader.read(line.glow, parseNotNegative, notNegative, &settings->glow) &&
+           reader.read(line.exposure, parseExposure, QStringLiteral("a number from -32 to 32"),
+                       &settings->exposure);
 }
 
 /// The scene's path with "-lit" before its suffix.

@@ -1,6 +1,7 @@
 #include "RenderOptions.h"
 
-#include <QCommandLineParser>
+#include "OptionReader.h"
+
 #include <QRegularExpression>
 
 #include <cmath>
@@ -11,7 +12,7 @@ namespace Quorvel
 namespace
 {
 
-constexpr int MaximumFrames = 1000000;
+constexpr WholeNumber Frames = {1, 1000000};
 
 bool parseSize(const QString &text, QSize *size)
 {
@@ -30,13 +31,6 @@ bool parseOrbit(const QString &text, QPointF *orbit)
     bool verticalOk = false;
     *orbit = QPointF(angles.at(0).toDouble(&horizontalOk), angles.at(1).toDouble(&verticalOk));
     return horizontalOk && verticalOk && std::isfinite(orbit->x()) && std::isfinite(orbit->y());
-}
-
-bool parseFrames(const QString &text, int *frames)
-{
-    bool ok = false;
-    *frames = text.toInt(&ok);
-    return ok && *frames >= 1 && *frames <= MaximumFrames;
 }
 
 bool parseApi(const QString &text, OffscreenContext::Api *api)
@@ -93,15 +87,6 @@ CommandLine::CommandLine()
 
 bool readValues(const CommandLine &line, RenderOptions *options, QString *error)
 {
-    const auto value = [&line, error](const QCommandLineOption &option, auto parse, auto *out) {
-        if (!line.parser.isSet(option))
-            return true;
-        if (parse(line.parser.value(option), out))
-            return true;
-        *error = QStringLiteral("--%1 %2: expected %3")
-                     .arg(option.names().constLast(), line.parser.value(option), option.valueName());
-        return false;
-    };
     options->shadows = !line.parser.isSet(line.noShadows);
     options->ambientOcclusion = line.parser.isSet(line.ambientOcclusion);
     options->outlines = line.parser.isSet(line.outlines);
@@ -111,8 +96,15 @@ bool readValues(const CommandLine &line, RenderOptions *options, QString *error)
     options->quiet = line.parser.isSet(line.quiet);
     options->json = line.parser.isSet(line.json);
     options->timeFrames = line.parser.isSet(line.frames);
-    return value(line.size, parseSize, &options->size) && value(line.orbit, parseOrbit, &options->orbit) &&
-           value(line.frames, parseFrames, &options->frames) && value(line.gl, parseApi, &options->api);
+
+    const OptionReader reader(line.parser, error);
+    return reader.read(line.size, parseSize,
+                       QStringLiteral("WIDTHxHEIGHT from 1x1 to 99999x99999, such as 640x480"),
+                       &options->size) &&
+           reader.read(line.orbit, parseOrbit, QStringLiteral("H,V: two angles in degrees, such as 30,-10"),
+                       &options->orbit) &&
+           reader.read(line.frames, Frames, &options->frames) &&
+           reader.read(line.gl, parseApi, QStringLiteral("es or desktop"), &options->api);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "SessionOptions.h"
 
-#include <QCommandLineParser>
+#include "OptionReader.h"
+
 #include <QRegularExpression>
 
 namespace Quorvel
@@ -13,8 +14,8 @@ constexpr qint64 LeastFrameBytes = 1 << 16;
 /// What a byte array of the toolkit can hold twice over.
 constexpr qint64 MostFrameBytes = 1 << 30;
 constexpr int DefaultOutputFrames = 4;
-constexpr int MostClients = 60000;
-constexpr int LongestTimeout = 24 * 60 * 60;
+constexpr WholeNumber Clients = {1, 60000};
+constexpr WholeNumber TimeoutSeconds = {1, 24 * 60 * 60};
 
 struct Endpoint
 {
@@ -52,23 +53,6 @@ bool parseBytes(const QString &text, qint64 *bytes)
 bool parseFrameBytes(const QString &text, qint64 *bytes)
 {
     return parseBytes(text, bytes) && *bytes >= LeastFrameBytes && *bytes <= MostFrameBytes;
-}
-
-bool parseCount(const QString &text, int most, int *count)
-{
-    bool ok = false;
-    *count = text.toInt(&ok);
-    return ok && *count >= 1 && *count <= most;
-}
-
-bool parseClients(const QString &text, int *clients)
-{
-    return parseCount(text, MostClients, clients);
-}
-
-bool parseTimeout(const QString &text, int *seconds)
-{
-    return parseCount(text, LongestTimeout, seconds);
 }
 
 /// The options of the command line, by meaning.
@@ -114,24 +98,22 @@ CommandLine::CommandLine()
 
 bool readValues(const CommandLine &line, SessionOptions *options, QString *error)
 {
-    const auto value = [&line, error](const QCommandLineOption &option, auto parse, auto *out) {
-        if (!line.parser.isSet(option))
-            return true;
-        if (parse(line.parser.value(option), out))
-            return true;
-        *error = QStringLiteral("--%1 %2: expected %3")
-                     .arg(option.names().constLast(), line.parser.value(option), option.valueName());
-        return false;
-    };
+    const OptionReader reader(line.parser, error);
     Endpoint endpoint = {options->address, options->port};
     RelayLimits &limits = options->limits;
-    if (!value(line.listen, parseEndpoint, &endpoint) ||
-        !value(line.maxClients, parseClients, &limits.clients) ||
-        !value(line.maxFrame, parseFrameBytes, &limits.frameBytes) ||
-        !value(line.idleTimeout, parseTimeout, &limits.idleTimeout))
+    if (!reader.read(line.listen, parseEndpoint,
+                     QStringLiteral("an address and a port, such as 127.0.0.1:80, [::1]:80 or *:80"),
+                     &endpoint) ||
+        !reader.read(line.maxClients, Clients, &limits.clients) ||
+        !reader.read(line.maxFrame, parseFrameBytes,
+                     QStringLiteral("a number of bytes from 64K to 1G, with or without K, M or G behind it"),
+                     &limits.frameBytes) ||
+        !reader.read(line.idleTimeout, TimeoutSeconds, &limits.idleTimeout))
         return false;
     limits.outputBytes = DefaultOutputFrames * limits.frameBytes;
-    if (!value(line.maxOutput, parseBytes, &limits.outputBytes))
+    if (!reader.read(line.maxOutput, parseBytes,
+                     QStringLiteral("a number of bytes, with or without K, M or G behind it"),
+                     &limits.outputBytes))
         return false;
     if (limits.outputBytes < limits.frameBytes) {
         *error = QStringLiteral("--max-output %1: less than one longest frame (%2)")
