@@ -3,7 +3,8 @@
 namespace Quorvel
 {
 
-/// Exit statuses, the same for all companion programs.
+/// Exit statuses, the same for all companion programs. One that a signal ends has 128 and the signal's
+/// number, as shells give it.
 enum class ExitStatus {
     Done = 0,
     Failed = 1,
@@ -11,7 +12,7 @@ enum class ExitStatus {
     InvalidInput = 3,
     CannotWrite = 4,
     NoGl = 5,
-    /// What shells give a program that SIGINT ended.
+    /// By SIGINT.
     Interrupted = 130
 };
 

@@ -1,13 +1,15 @@
 #include "ProgramHome.h"
 #include "SquareScene.h"
 
-#include <QElapsedTimer>
 #include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QtTest>
 
 #include <csignal>
+
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 using namespace Quorvel::Test;
 
@@ -34,7 +36,11 @@ private slots:
     void sceneWithoutTextureCoordinatesExitsWithThree();
     void unwritableOutputExitsWithFour();
     void sceneWithoutCameraAbortsAndExplains();
-    void interruptLeavesNothingBehind();
+    void signalLeavesNothingBehind_data();
+    void signalLeavesNothingBehind();
+    void lightMapGoesToTheStandardOutput();
+    void sceneComesFromTheStandardInput();
+    void deviceStaysOne();
     void versionAndHelpGoToStdout();
 
 private:
@@ -317,30 +323,70 @@ void TestBake::sceneWithoutCameraAbortsAndExplains()
     QVERIFY2(result.err.contains("blind.dae: the scene has no camera node"), qPrintable(result.err));
 }
 
-void TestBake::interruptLeavesNothingBehind()
+void TestBake::signalLeavesNothingBehind_data()
 {
+    QTest::addColumn<int>("signal");
+    QTest::addColumn<QStringList>("more");
+    QTest::newRow("interrupted") << SIGINT << QStringList();
+    QTest::newRow("interrupted, with a copy") << SIGINT << QStringList{"--atlas", "new"};
+    QTest::newRow("terminated") << SIGTERM << QStringList();
+    QTest::newRow("terminated, with a copy") << SIGTERM << QStringList{"--atlas", "new"};
+}
+
+void TestBake::signalLeavesNothingBehind()
+{
+    QFETCH(int, signal);
+    QFETCH(QStringList, more);
     write("square.dae", square(Lamp, "0 0 1").text());
-    for (const QStringList &more : {QStringList(), QStringList({"--atlas", "new"})}) {
-        QProcess process;
-        m_home->prepare(&process);
-        process.start(QStringLiteral(QUORVEL_BAKE),
-                      QStringList({"--size", "2048", "--samples", "65536", "-v", "square.dae"}) + more);
-        QVERIFY(process.waitForStarted());
-        // It says so when the scene is loaded; from then on it is busy for hours.
-        QByteArray messages;
-        process.setReadChannel(QProcess::StandardError);
-        while (!messages.contains("Load time") && process.waitForReadyRead(20000))
-            messages += process.readAllStandardError();
-        QVERIFY(messages.contains("Load time"));
-        QElapsedTimer timer;
-        timer.start();
-        QCOMPARE(kill(pid_t(process.processId()), SIGINT), 0);
-        QVERIFY(process.waitForFinished(30000));
-        QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(process.exitCode(), 130);
-        QCOMPARE(files(), QStringList("square.dae"));
+    // It says so when the scene is loaded; from then on it is busy for hours.
+    const ProgramEnd result =
+        m_home->signalled(QStringLiteral(QUORVEL_BAKE),
+                          QStringList({"--size", "2048", "--samples", "65536", "-v", "square.dae"}) + more,
+                          "Load time", signal);
+    QVERIFY2(!result.crashed, qPrintable(result.err));
+    QCOMPARE(result.status, 128 + signal);
+    QVERIFY2(result.err.contains("quorvel-bake: interrupted; nothing was written"), qPrintable(result.err));
+    QCOMPARE(files(), QStringList("square.dae"));
+}
+
+void TestBake::lightMapGoesToTheStandardOutput()
+{
+    const QString scene = write("square.dae", square().text());
+    QCOMPARE(bake({"--size", "16", "--samples", "1", scene, "-o", "file.png"}).status, 0);
+    for (const char *output : {"-", "/dev/stdout"}) {
+        const ProgramEnd result = bake({"--size", "16", "--samples", "1", "--json", scene, "-o", output});
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.bytes, contents(path("file.png")));
+        QVERIFY2(result.err.contains("\"schema\": 1"), qPrintable(result.err));
     }
+}
+
+void TestBake::sceneComesFromTheStandardInput()
+{
+    const QByteArray text = twoSquares();
+    write("two.dae", text);
+    const QStringList options = {"--atlas", "new", "--size", "64", "--samples", "1", "--padding", "2"};
+    QCOMPARE(bake(options + QStringList{"two.dae"}).status, 0);
+    QCOMPARE(
+        m_home->run(QStringLiteral(QUORVEL_BAKE), options + QStringList{"-", "-o", "piped.dae.png"}, {}, text)
+            .status,
+        0);
+    QCOMPARE(contents(path("piped.dae")), contents(path("two-lit.dae")));
+    QCOMPARE(contents(path("piped.dae.png")), contents(path("two-lit.dae.png")));
+}
+
+void TestBake::deviceStaysOne()
+{
+    const QString scene = write("square.dae", square().text());
+    const QByteArray device = QFile::encodeName(path("full"));
+    if (mknod(device.constData(), S_IFCHR | 0666, makedev(1, 7)) != 0)
+        QSKIP("only root makes devices, and may destroy them");
+    const ProgramEnd result = bake({"--size", "16", "--samples", "1", scene, "-o", path("full")});
+    QCOMPARE(result.status, 4);
+    QVERIFY2(result.err.contains("full: No space left on device"), qPrintable(result.err));
+    struct stat status = {};
+    QCOMPARE(stat(device.constData(), &status), 0);
+    QVERIFY(S_ISCHR(status.st_mode));
 }
 
 void TestBake::versionAndHelpGoToStdout()

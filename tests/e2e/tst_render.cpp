@@ -7,6 +7,12 @@
 #include <QtTest>
 
 #include <csignal>
+#include <future>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
 
 using namespace Quorvel::Test;
 
@@ -33,9 +39,16 @@ private slots:
     void sceneWithoutCameraAbortsAndExplains();
     void helpAndVersionAreText();
     void quietLeavesDebugLinesOut();
+    void pictureGoesToTheStandardOutput();
+    void sceneComesFromTheStandardInput();
+    void pipeGetsTheWholePicture();
+    void deviceStaysOne();
+    void signalLeavesNothingBehind_data();
+    void signalLeavesNothingBehind();
 
 private:
-    ProgramEnd run(const QStringList &arguments, const QMap<QString, QString> &variables = {}) const;
+    ProgramEnd run(const QStringList &arguments, const QMap<QString, QString> &variables = {},
+                   const QByteArray &input = {}) const;
     QString path(const QString &name) const { return m_home->path(name); }
     /// The square without a light, so that it shows its ambient colour times 0.4 grey.
     QString writeScene(const QString &name, bool withCamera = true) const;
@@ -56,6 +69,12 @@ bool near(QRgb pixel, int red, int green, int blue)
     return qAbs(qRed(pixel) - red) <= 1 && qAbs(qGreen(pixel) - green) <= 1 && qAbs(qBlue(pixel) - blue) <= 1;
 }
 
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 } // namespace
 
 void TestRender::init()
@@ -64,10 +83,12 @@ void TestRender::init()
     QVERIFY(m_home->isValid());
 }
 
-ProgramEnd TestRender::run(const QStringList &arguments, const QMap<QString, QString> &variables) const
+ProgramEnd TestRender::run(const QStringList &arguments, const QMap<QString, QString> &variables,
+                           const QByteArray &input) const
 {
     return m_home->run(QStringLiteral(QUORVEL_RENDER),
-                       QStringList{"--gl", qEnvironmentVariable("QUORVEL_GL_LANE")} + arguments, variables);
+                       QStringList{"--gl", qEnvironmentVariable("QUORVEL_GL_LANE")} + arguments, variables,
+                       input);
 }
 
 QString TestRender::writeScene(const QString &name, bool withCamera) const
@@ -234,6 +255,83 @@ void TestRender::helpAndVersionAreText()
     QCOMPARE(help.err, QString());
     const ProgramEnd version = run({"--version"});
     QCOMPARE(version.out.trimmed(), QStringLiteral("quorvel-render " QUORVEL_VERSION));
+}
+
+void TestRender::pictureGoesToTheStandardOutput()
+{
+    const QString scene = writeScene("square.dae");
+    QCOMPARE(run({scene, path("file.png")}).status, 0);
+    const QByteArray picture = contents(path("file.png"));
+    QVERIFY(picture.startsWith("\x89PNG"));
+    for (const char *output : {"-", "/dev/stdout"}) {
+        const ProgramEnd result = run({"--frames", "1", "--json", scene, output});
+        QCOMPARE(result.status, 0);
+        QVERIFY(result.bytes == picture);
+        QVERIFY2(result.err.contains("\"median_ms\""), qPrintable(result.err));
+    }
+}
+
+void TestRender::sceneComesFromTheStandardInput()
+{
+    const QString scene = writeScene("square.dae");
+    QCOMPARE(run({scene, path("file.png")}).status, 0);
+    QCOMPARE(run({"-", path("piped.png")}, {}, contents(scene)).status, 0);
+    QCOMPARE(contents(path("piped.png")), contents(path("file.png")));
+    const ProgramEnd nothing = run({"-", path("nothing.png")});
+    QVERIFY2(nothing.err.contains("stdin: the file is empty"), qPrintable(nothing.err));
+    QVERIFY(!QFile::exists(path("nothing.png")));
+}
+
+void TestRender::pipeGetsTheWholePicture()
+{
+    const QString scene = writeScene("square.dae");
+    QCOMPARE(run({"--size", "1000x700", scene, path("file.png")}).status, 0);
+    const QByteArray pipe = QFile::encodeName(path("pipe"));
+    QCOMPARE(mkfifo(pipe.constData(), 0600), 0);
+    std::future<QByteArray> reader =
+        std::async(std::launch::async, [this] { return contents(path("pipe")); });
+    const ProgramEnd result = run({"--size", "1000x700", scene, path("pipe")});
+    // Where the pipe has been replaced, its reader waits for somebody to open it.
+    const int opened = open(pipe.constData(), O_WRONLY | O_NONBLOCK);
+    if (opened >= 0)
+        close(opened);
+    QVERIFY2(result.status == 0, qPrintable(result.err));
+    QVERIFY(reader.get() == contents(path("file.png")));
+    struct stat status = {};
+    QVERIFY(lstat(pipe.constData(), &status) == 0 && S_ISFIFO(status.st_mode));
+}
+
+void TestRender::deviceStaysOne()
+{
+    const QString scene = writeScene("square.dae");
+    const QByteArray device = QFile::encodeName(path("full"));
+    if (mknod(device.constData(), S_IFCHR | 0666, makedev(1, 7)) != 0)
+        QSKIP("only root makes devices, and may destroy them");
+    const ProgramEnd result = run({scene, path("full")});
+    QCOMPARE(result.status, 4);
+    QVERIFY2(result.err.contains("full: No space left on device"), qPrintable(result.err));
+    struct stat status = {};
+    QVERIFY(stat(device.constData(), &status) == 0 && S_ISCHR(status.st_mode));
+}
+
+void TestRender::signalLeavesNothingBehind_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("interrupted") << SIGINT;
+    QTest::newRow("terminated") << SIGTERM;
+}
+
+void TestRender::signalLeavesNothingBehind()
+{
+    QFETCH(int, signal);
+    const QString scene = writeScene("square.dae");
+    const ProgramEnd result = m_home->signalled(
+        QStringLiteral(QUORVEL_RENDER),
+        {"--size", "1000x1000", "--frames", "1000000", scene, path("out.png")}, "Load time", signal);
+    QVERIFY2(!result.crashed, qPrintable(result.err));
+    QCOMPARE(result.status, 128 + signal);
+    QVERIFY2(result.err.contains("quorvel-render: interrupted"), qPrintable(result.err));
+    QCOMPARE(m_home->files(), QStringList("square.dae"));
 }
 
 QTEST_GUILESS_MAIN(TestRender)

@@ -95,12 +95,7 @@ struct BakeSketch
         return scene;
     }
 
-    BakeResult bake(const BakeSettings &settings)
-    {
-        BakeResult result;
-        bakeLightMap(finished(), settings, {}, &result);
-        return result;
-    }
+    BakeResult bake(const BakeSettings &settings) { return bakeLightMap(finished(), settings); }
 
     BakeScene scene;
 };

@@ -7,6 +7,8 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include <csignal>
+
 namespace Quorvel::Test
 {
 
@@ -17,6 +19,8 @@ struct ProgramEnd
     bool crashed;
     QString out;
     QString err;
+    /// The standard output as it came.
+    QByteArray bytes = {};
 };
 
 /// A folder of its own for programs without a display: their home, and where they are started.
@@ -52,16 +56,37 @@ public:
 
     /// Waits for at most a minute.
     ProgramEnd run(const QString &program, const QStringList &arguments,
-                   const QMap<QString, QString> &variables = {}) const
+                   const QMap<QString, QString> &variables = {}, const QByteArray &input = {}) const
     {
         QProcess process;
         prepare(&process, variables);
         process.start(program, arguments);
+        process.write(input);
+        process.closeWriteChannel();
         if (!process.waitForFinished(60000))
             return {-1, true, QString(), process.errorString()};
+        const QByteArray bytes = process.readAllStandardOutput();
         return {process.exitCode(), process.exitStatus() == QProcess::CrashExit,
-                QString::fromLocal8Bit(process.readAllStandardOutput()),
-                QString::fromLocal8Bit(process.readAllStandardError())};
+                QString::fromLocal8Bit(bytes), QString::fromLocal8Bit(process.readAllStandardError()), bytes};
+    }
+
+    /// Starts a program, waits until it says `ready` on stderr, and sends it a signal.
+    ProgramEnd signalled(const QString &program, const QStringList &arguments, const QByteArray &ready,
+                         int signal) const
+    {
+        QProcess process;
+        prepare(&process);
+        process.start(program, arguments);
+        QByteArray messages;
+        process.setReadChannel(QProcess::StandardError);
+        while (!messages.contains(ready) && process.waitForReadyRead(30000))
+            messages += process.readAllStandardError();
+        if (!messages.contains(ready) || kill(pid_t(process.processId()), signal) != 0 ||
+            !process.waitForFinished(30000))
+            return {-1, true, QString(), QString::fromLocal8Bit(messages)};
+        messages += process.readAllStandardError();
+        return {process.exitCode(), process.exitStatus() == QProcess::CrashExit, QString(),
+                QString::fromLocal8Bit(messages)};
     }
 
 private:

@@ -92,6 +92,8 @@ void TestBakeOptions::refusedCommandLines_data()
     QTest::newRow("no arguments") << QStringList() << "one scene is needed";
     QTest::newRow("two scenes") << QStringList{"a.dae", "b.dae"} << "one scene is needed";
     QTest::newRow("unknown option") << QStringList{"--fast", "a.dae"} << "fast";
+    QTest::newRow("a scene without a name, and no name for its light map")
+        << QStringList{"-"} << "needs a name for its light map: --output FILE.png";
     QTest::newRow("value missing") << QStringList{"a.dae", "--size"} << "size";
     struct Refusal
     {

@@ -5,6 +5,7 @@
 #include "ColladaLoader.h"
 #include "Geometry.h"
 #include "Node.h"
+#include "OutputFile.h"
 #include "Scene.h"
 #include "SceneRewriter.h"
 #include "Trimesh.h"
@@ -12,7 +13,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cmath>
 
@@ -51,15 +51,6 @@ std::vector<std::vector<Point2>> dealOut(const std::vector<std::array<Point2, 3>
         coordinates.push_back(std::move(corners));
     }
     return coordinates;
-}
-
-bool writeFile(const QString &path, const QByteArray &text, QString *error)
-{
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && file.commit())
-        return true;
-    *error = QStringLiteral("%1: the copy cannot be written (%2)").arg(path, file.errorString());
-    return false;
 }
 
 } // namespace
@@ -102,7 +93,11 @@ bool writeAtlasScene(const QString &scenePath, const QString &copyPath, const At
         summary->fill = mesh.area() * std::pow(atlas.density() / options.size, 2.0);
         summary->seconds = double(timer.nsecsElapsed()) / 1e9;
     }
-    return writeFile(copyPath, text, error);
+    QString reason;
+    if (writeOutput(copyPath, text, &reason))
+        return true;
+    *error = QStringLiteral("%1: the copy cannot be written (%2)").arg(copyPath, reason);
+    return false;
 }
 
 } // namespace Quorvel

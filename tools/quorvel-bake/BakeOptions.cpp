@@ -1,6 +1,8 @@
 #include "BakeOptions.h"
 
 #include "OptionReader.h"
+#include "OutputFile.h"
+#include "StandardInput.h"
 
 #include <QFileInfo>
 
@@ -164,17 +166,16 @@ QString litName(const QString &scene)
     return scene.left(scene.size() - info.fileName().size()) + name;
 }
 
-bool isSameFile(const QString &a, const QString &b)
-{
-    return QFileInfo(a).absoluteFilePath() == QFileInfo(b).absoluteFilePath() ||
-           (QFileInfo::exists(a) && QFileInfo(a) == QFileInfo(b));
-}
-
 /// Names the files to write.
 bool placeOutput(const QString &output, BakeOptions *options, QString *error)
 {
     static const QString suffix = QStringLiteral(".png");
     options->output = output;
+    if (output.isEmpty() && isStandardInput(options->scene)) {
+        *error = QStringLiteral("a scene from the standard input needs a name for its light map: --output "
+                                "FILE.png");
+        return false;
+    }
     if (output.isEmpty()) {
         options->output =
             (options->atlas == BakeOptions::Atlas::New ? litName(options->scene) : options->scene) + suffix;
@@ -189,7 +190,7 @@ bool placeOutput(const QString &output, BakeOptions *options, QString *error)
         }
     }
     for (const QString &written : {options->output, options->copy}) {
-        if (!written.isEmpty() && isSameFile(written, options->scene)) {
+        if (!written.isEmpty() && isFileOutput(written) && isSameFile(written, options->scene)) {
             *error = QStringLiteral("--output %1: this would replace the scene itself").arg(output);
             return false;
         }

@@ -14,6 +14,7 @@
 #include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <mutex>
 
@@ -26,21 +27,20 @@ namespace
 class ProgressCounter
 {
 public:
-    ProgressCounter(const BakeWatch &watch, size_t total) : m_watch(watch), m_total(total) {}
+    ProgressCounter(const BakeProgress &progress, size_t total) : m_progress(progress), m_total(total) {}
 
-    bool isInterrupted() const { return m_watch.interrupted && m_watch.interrupted->load(); }
     void add(size_t count)
     {
         const size_t done = m_done += count;
-        if (!m_watch.progress)
+        if (!m_progress)
             return;
         const std::unique_lock<std::mutex> lock(m_reporting, std::try_to_lock);
         if (lock.owns_lock())
-            m_watch.progress(double(done) / double(m_total));
+            m_progress(double(done) / double(m_total));
     }
 
 private:
-    const BakeWatch &m_watch;
+    const BakeProgress &m_progress;
     size_t m_total;
     std::atomic<size_t> m_done = {0};
     std::mutex m_reporting;
@@ -57,24 +57,20 @@ std::vector<int> coveredTexels(const TexelMap &texels)
     return covered;
 }
 
-/// False when interrupted.
-bool traceTexels(const PathTracer &tracer, const std::vector<int> &covered, const BakeWatch &watch,
+void traceTexels(const PathTracer &tracer, const std::vector<int> &covered, const BakeProgress &progress,
                  std::vector<TexelLight> *light, quint64 *rays)
 {
     using Range = oneapi::tbb::blocked_range<size_t>;
-    ProgressCounter progress(watch, covered.size());
+    ProgressCounter counter(progress, covered.size());
     std::atomic<quint64> rayTotal = {0};
     oneapi::tbb::parallel_for(Range(0, covered.size(), 64), [&](const Range &range) {
-        if (progress.isInterrupted())
-            return;
         quint64 rayCount = 0;
-        for (size_t i = range.begin(); i != range.end() && !progress.isInterrupted(); ++i)
+        for (size_t i = range.begin(); i != range.end(); ++i)
             (*light)[size_t(covered[i])] = tracer.lightAt(covered[i], &rayCount);
         rayTotal += rayCount;
-        progress.add(range.size());
+        counter.add(range.size());
     });
     *rays = rayTotal;
-    return !progress.isInterrupted();
 }
 
 double rmsNoise(const std::vector<TexelLight> &light, const std::vector<int> &covered)
@@ -123,7 +119,7 @@ QImage developed(const std::vector<QVector3D> &light, const BakeSettings &settin
     return image;
 }
 
-bool bakeInArena(const BakeScene &scene, const BakeSettings &settings, const BakeWatch &watch,
+void bakeInArena(const BakeScene &scene, const BakeSettings &settings, const BakeProgress &progress,
                  BakeResult *result)
 {
     const TexelMap texels(scene, settings.size);
@@ -132,8 +128,7 @@ bool bakeInArena(const BakeScene &scene, const BakeSettings &settings, const Bak
     const std::vector<int> covered = coveredTexels(texels);
     std::vector<TexelLight> light(size_t(texels.texelCount()));
     BakeStatistics &statistics = result->statistics;
-    if (!traceTexels(tracer, covered, watch, &light, &statistics.rays))
-        return false;
+    traceTexels(tracer, covered, progress, &light, &statistics.rays);
 
     statistics.triangles = int(scene.triangles.size());
     statistics.charts = texels.chartCount();
@@ -148,7 +143,6 @@ bool bakeInArena(const BakeScene &scene, const BakeSettings &settings, const Bak
     result->light = sentOut(scene, texels, light);
     dilate(texels, settings.padding, &result->light);
     result->image = developed(result->light, settings);
-    return true;
 }
 
 } // namespace
@@ -162,8 +156,7 @@ bool hasTextureArea(const BakeScene &scene)
     });
 }
 
-bool bakeLightMap(const BakeScene &scene, const BakeSettings &settings, const BakeWatch &watch,
-                  BakeResult *result)
+BakeResult bakeLightMap(const BakeScene &scene, const BakeSettings &settings, const BakeProgress &progress)
 {
     QElapsedTimer timer;
     timer.start();
@@ -171,10 +164,10 @@ bool bakeLightMap(const BakeScene &scene, const BakeSettings &settings, const Ba
     const oneapi::tbb::global_control limit(oneapi::tbb::global_control::max_allowed_parallelism,
                                             size_t(threads));
     oneapi::tbb::task_arena arena(threads);
-    bool finished = false;
-    arena.execute([&] { finished = bakeInArena(scene, settings, watch, result); });
-    result->statistics.seconds = double(timer.elapsed()) / 1000.0;
-    return finished;
+    BakeResult result;
+    arena.execute([&] { bakeInArena(scene, settings, progress, &result); });
+    result.statistics.seconds = double(timer.elapsed()) / 1000.0;
+    return result;
 }
 
 } // namespace Quorvel

@@ -5,7 +5,6 @@
 
 #include <QImage>
 
-#include <atomic>
 #include <functional>
 
 namespace Quorvel
@@ -42,21 +41,14 @@ struct BakeResult
     BakeStatistics statistics;
 };
 
-/// How to follow a bake and to end it early.
-struct BakeWatch
-{
-    /// Gets the part that is done, 0 to 1; called from any thread, one at a time. May be empty.
-    std::function<void(double part)> progress;
-    /// Ends the bake soon after it becomes true. May be null.
-    const std::atomic<bool> *interrupted = nullptr;
-};
+/// Gets the part that is done, 0 to 1; called from any thread, one at a time. May be empty.
+using BakeProgress = std::function<void(double part)>;
 
 /// Whether the scene's texture coordinates span any part of an image.
 bool hasTextureArea(const BakeScene &scene);
 
-/// Computes the light map of a scene. False when it was interrupted. Same scene and settings, same result,
-/// whatever the number of threads.
-bool bakeLightMap(const BakeScene &scene, const BakeSettings &settings, const BakeWatch &watch,
-                  BakeResult *result);
+/// Computes the light map of a scene. Same scene and settings, same result, whatever the number of threads.
+BakeResult bakeLightMap(const BakeScene &scene, const BakeSettings &settings,
+                        const BakeProgress &progress = {});
 
 } // namespace Quorvel

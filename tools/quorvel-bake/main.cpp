@@ -1,39 +1,30 @@
 #include "AtlasScene.h"
 #include "BakeOptions.h"
 #include "ColladaLoader.h"
+#include "EndSignals.h"
 #include "ExitStatus.h"
 #include "FatalExplanation.h"
 #include "LightMapBake.h"
+#include "OutputFile.h"
+#include "PictureFile.h"
 #include "ProgressLine.h"
 #include "Scene.h"
+#include "StandardInput.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
-#include <QImageWriter>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
-#include <QSaveFile>
-#include <QTemporaryFile>
 
-#include <cerrno>
-#include <csignal>
 #include <cstdio>
-#include <cstring>
+
 #include <unistd.h>
 
 using namespace Quorvel;
 
 namespace
 {
-
-std::atomic<bool> interrupted = {false};
-
-/// Ends the bake at the next texel, so that nothing half-written is left.
-void interrupt(int)
-{
-    interrupted = true;
-}
 
 int fail(ExitStatus status, const QString &message)
 {
@@ -100,46 +91,14 @@ void report(const BakeOptions &options, const BakeStatistics &statistics)
         };
         if (!options.copy.isEmpty())
             document.insert(QStringLiteral("copy"), options.copy);
-        fputs(QJsonDocument(document).toJson().constData(), stdout);
+        // What goes to the standard output is either the picture or the document.
+        FILE *const stream = isStandardOutput(options.output) ? stderr : stdout;
+        fputs(QJsonDocument(document).toJson().constData(), stream);
     }
     if (!options.quiet)
         fprintf(stderr, "%s: %d texels in %d charts, %.1f s, %.0f million rays, noise %.4f\n",
                 qPrintable(options.output), statistics.texels, statistics.charts, statistics.seconds,
                 double(statistics.rays) / 1e6, statistics.noise);
-}
-
-bool saveImage(const QImage &image, const QString &path, QString *error)
-{
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        *error = file.errorString();
-        return false;
-    }
-    QImageWriter writer(&file, "png");
-    if (!writer.write(image)) {
-        *error = writer.errorString();
-        return false;
-    }
-    if (!file.commit()) {
-        *error = file.errorString();
-        return false;
-    }
-    return true;
-}
-
-/// Whether a file can be made where the output shall lie, before minutes go into it.
-bool canWrite(const QString &path, QString *error)
-{
-    const QFileInfo info(path);
-    if (info.isDir()) {
-        *error = QStringLiteral("is a folder");
-        return false;
-    }
-    QTemporaryFile probe(info.absolutePath() + QStringLiteral("/quorvel-bake-XXXXXX"));
-    if (probe.open())
-        return true;
-    *error = probe.errorString();
-    return false;
 }
 
 int bake(const BakeOptions &options, const QString &litPath, QImage *image, BakeStatistics *statistics)
@@ -160,64 +119,73 @@ int bake(const BakeOptions &options, const QString &litPath, QImage *image, Bake
                         .arg(options.scene));
 
     ProgressLine line(!options.quiet && isatty(STDERR_FILENO));
-    BakeWatch watch;
-    watch.progress = [&line](double part) { line.show(part); };
-    watch.interrupted = &interrupted;
-    BakeResult result;
-    const bool finished = bakeLightMap(baked, options.settings, watch, &result);
+    const BakeResult result =
+        bakeLightMap(baked, options.settings, [&line](double part) { line.show(part); });
     line.clear();
-    if (!finished || interrupted)
-        return fail(ExitStatus::Interrupted, QStringLiteral("interrupted; nothing was written"));
     *image = result.image;
     *statistics = result.statistics;
     return int(ExitStatus::Done);
 }
 
-/// Puts the finished copy in its place, replacing what is there, with the rights that a new file has.
-bool commitCopy(QTemporaryFile *copy, const BakeOptions &options)
+/// The path under which the scene can be opened; the standard input is read to its end for that.
+bool findScene(const BakeOptions &options, QString *path, QString *error)
 {
-    QFile::setPermissions(copy->fileName(), QFile::permissions(options.output));
-    if (rename(QFile::encodeName(copy->fileName()).constData(),
-               QFile::encodeName(options.copy).constData()) != 0)
+    *path = options.scene;
+    const QFileInfo input(options.scene);
+    if (isStandardInput(options.scene))
+        return holdStandardInput(path, error);
+    if (!input.exists())
+        *error = QStringLiteral("no such file");
+    else if (input.isDir() || !input.isReadable())
+        *error = QStringLiteral("cannot be read");
+    return error->isEmpty();
+}
+
+/// Before minutes go into the light map.
+bool canWriteOutputs(const BakeOptions &options, QString *complaint)
+{
+    QString error;
+    if (!canWriteOutput(options.output, &error)) {
+        *complaint = QStringLiteral("%1: %2").arg(options.output, error);
         return false;
-    copy->setAutoRemove(false);
+    }
+    if (!options.copy.isEmpty() && !isFileOutput(options.copy)) {
+        *complaint = QStringLiteral("%1: the scene's copy can only be a file").arg(options.copy);
+        return false;
+    }
     return true;
 }
 
 int bakeScene(const BakeOptions &options)
 {
-    const QFileInfo input(options.scene);
-    if (!input.exists())
-        return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
-    if (input.isDir() || !input.isReadable())
-        return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": cannot be read"));
     QString error;
-    if (!canWrite(options.output, &error))
-        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
+    QString scenePath;
+    if (!findScene(options, &scenePath, &error))
+        return fail(ExitStatus::InvalidInput, QStringLiteral("%1: %2").arg(options.scene, error));
+    if (!canWriteOutputs(options, &error))
+        return fail(ExitStatus::CannotWrite, error);
 
     const bool fresh = options.atlas == BakeOptions::Atlas::New;
-    QTemporaryFile copy(options.copy + QStringLiteral(".XXXXXX"));
+    UnfinishedFile copy;
     if (fresh) {
-        if (!copy.open())
+        if (!copy.open(options.copy))
             return fail(ExitStatus::CannotWrite,
                         QStringLiteral("%1: %2").arg(options.copy, copy.errorString()));
-        copy.close();
         const AtlasOptions atlas = {options.settings.size, options.settings.padding};
-        if (!writeAtlasScene(options.scene, copy.fileName(), atlas, &error))
+        if (!writeAtlasScene(scenePath, copy.path(), atlas, &error))
             return fail(ExitStatus::Failed, QStringLiteral("%1: %2").arg(options.scene, error));
     }
 
     QImage image;
     BakeStatistics statistics;
-    const int status = bake(options, fresh ? copy.fileName() : options.scene, &image, &statistics);
+    const int status = bake(options, fresh ? copy.path() : scenePath, &image, &statistics);
     if (status != int(ExitStatus::Done))
         return status;
     warnAbout(options, statistics);
-    if (!saveImage(image, options.output, &error))
+    if (!writePicture(image, options.output, &error))
         return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
-    if (fresh && !commitCopy(&copy, options))
-        return fail(ExitStatus::CannotWrite,
-                    QStringLiteral("%1: %2").arg(options.copy, QString::fromLocal8Bit(strerror(errno))));
+    if (fresh && !copy.commit())
+        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.copy, copy.errorString()));
     report(options, statistics);
     return int(ExitStatus::Done);
 }
@@ -240,7 +208,6 @@ int main(int argc, char **argv)
     }
     if (!options.verbose)
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
-    for (const int request : {SIGINT, SIGTERM, SIGHUP})
-        std::signal(request, interrupt);
+    endOnSignals("quorvel-bake: interrupted; nothing was written");
     return bakeScene(options);
 }

@@ -1,18 +1,20 @@
 #include "ColladaLoader.h"
+#include "EndSignals.h"
 #include "ExitStatus.h"
 #include "FatalExplanation.h"
 #include "Gles2.h"
+#include "OutputFile.h"
+#include "PictureFile.h"
 #include "Rendering.h"
 #include "Scene.h"
 #include "SceneCache.h"
+#include "StandardInput.h"
 
 #include <QApplication>
 #include <QFileInfo>
-#include <QImageWriter>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
-#include <QSaveFile>
 
 #include <cstdio>
 #include <future>
@@ -29,9 +31,9 @@ int fail(ExitStatus status, const QString &message)
     return int(status);
 }
 
-void print(const QString &text)
+void print(const QString &text, FILE *stream = stdout)
 {
-    fputs(qPrintable(text), stdout);
+    fputs(qPrintable(text), stream);
 }
 
 int noContext(const RenderOptions &options, const OffscreenContext &context)
@@ -79,44 +81,25 @@ int diagnose(const RenderOptions &options)
     return int(ExitStatus::Done);
 }
 
-bool savePicture(const QImage &picture, const QString &path, QString *error)
-{
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        *error = file.errorString();
-        return false;
-    }
-    QImageWriter writer(&file, "png");
-    if (!writer.write(picture)) {
-        *error = writer.errorString();
-        return false;
-    }
-    if (!file.commit()) {
-        *error = file.errorString();
-        return false;
-    }
-    return true;
-}
-
 void reportFrames(const RenderOptions &options, const QVector<double> &frameTimes)
 {
+    // What goes to the standard output is either the picture or the figures.
+    FILE *const stream = isStandardOutput(options.output) ? stderr : stdout;
     if (options.json) {
         const QJsonObject document = {{QStringLiteral("schema"), 1},
                                       {QStringLiteral("frames"), frameTimes.size()},
                                       {QStringLiteral("median_ms"), median(frameTimes)}};
-        print(QString::fromUtf8(QJsonDocument(document).toJson()));
+        print(QString::fromUtf8(QJsonDocument(document).toJson()), stream);
     } else {
         print(QStringLiteral("median frame time: %1 ms (%2 frames)\n")
                   .arg(median(frameTimes), 0, 'f', 3)
-                  .arg(frameTimes.size()));
+                  .arg(frameTimes.size()),
+              stream);
     }
 }
 
 int renderScene(const RenderOptions &options, std::future<SourceText> source)
 {
-    if (!QFileInfo::exists(options.scene))
-        return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
-
     OffscreenContext context(options.size, options.api);
     if (!context.isValid())
         return noContext(options, context);
@@ -139,7 +122,7 @@ int renderScene(const RenderOptions &options, std::future<SourceText> source)
 
     const RenderResult result = render(&scene, options, &context);
     QString error;
-    if (!savePicture(result.picture, options.output, &error))
+    if (!writePicture(result.picture, options.output, &error))
         return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
     if (options.timeFrames)
         reportFrames(options, result.frameTimes);
@@ -170,10 +153,17 @@ int main(int argc, char **argv)
     if (options.quiet)
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
 
+    endOnSignals("quorvel-render: interrupted");
+
+    if (isStandardInput(options.scene) && !holdStandardInput(&options.scene, &error))
+        return fail(ExitStatus::InvalidInput, QStringLiteral("standard input: ") + error);
     // A large file takes longer to read than the application and its context take to come up.
     std::future<SourceText> source;
-    if (options.request == RenderOptions::Request::Render)
+    if (options.request == RenderOptions::Request::Render) {
+        if (!QFileInfo::exists(options.scene))
+            return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
         source = startReading(options.scene);
+    }
 
     OffscreenContext::prepareApplication();
     const QApplication application(argc, argv);
