@@ -135,18 +135,14 @@ bool isFileOutput(const QString &path)
     return namedDescriptor(followed(path)) < 0 && !isSpecial(path) && !QFileInfo(path).isDir();
 }
 
-bool isSameFile(const QString &a, const QString &b)
+QString fileIdentity(const QString &path)
 {
-    const QFileInfo first(followed(a));
-    const QFileInfo second(followed(b));
-    if (first.exists() && second.exists())
-        return first.canonicalFilePath() == second.canonicalFilePath();
-    const auto place = [](const QFileInfo &file) {
-        const QString folder = QFileInfo(file.absolutePath()).canonicalFilePath();
-        return (folder.isEmpty() ? QDir::cleanPath(file.absolutePath()) : folder) + QLatin1Char('/') +
-               file.fileName();
-    };
-    return place(first) == place(second);
+    const QFileInfo file(followed(path));
+    if (file.exists())
+        return file.canonicalFilePath();
+    const QString folder = QFileInfo(file.absolutePath()).canonicalFilePath();
+    return (folder.isEmpty() ? QDir::cleanPath(file.absolutePath()) : folder) + QLatin1Char('/') +
+           file.fileName();
 }
 
 UnfinishedFile::~UnfinishedFile()

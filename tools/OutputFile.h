@@ -23,8 +23,8 @@ bool isStandardOutput(const QString &path);
 /// Whether it is a file of its own, or could be: neither a folder nor something that is written through.
 bool isFileOutput(const QString &path);
 
-/// Whether two outputs, or an output and a file, are the same file, whether it exists or not.
-bool isSameFile(const QString &a, const QString &b);
+/// The same for two paths exactly when they lead to the same file, whether it exists or not.
+QString fileIdentity(const QString &path);
 
 /// A file on its way to its name. Gone with this object, or with a signal that ends the process, unless
 /// committed.

@@ -3,6 +3,7 @@
 #include "OutputFile.h"
 
 #include <QBuffer>
+#include <QFileInfo>
 #include <QImageWriter>
 
 namespace Quorvel
@@ -17,6 +18,15 @@ bool writePicture(const QImage &picture, const QString &path, QString *error)
         return false;
     }
     return writeOutput(path, coded.data(), error);
+}
+
+QString refusedExtension(const QString &path)
+{
+    const QString extension = QFileInfo(path).suffix();
+    if (extension.isEmpty() || extension.compare(QLatin1String("png"), Qt::CaseInsensitive) == 0 ||
+        !isFileOutput(path))
+        return QString();
+    return QStringLiteral("%1: pictures are PNG files, and their names end in .png").arg(path);
 }
 
 } // namespace Quorvel

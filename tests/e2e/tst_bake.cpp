@@ -36,6 +36,8 @@ private slots:
     void sceneWithoutTextureCoordinatesExitsWithThree();
     void unwritableOutputExitsWithFour();
     void sceneWithoutCameraAbortsAndExplains();
+    void imageOfAnotherHandStays();
+    void copyOfAnotherHandStays();
     void signalLeavesNothingBehind_data();
     void signalLeavesNothingBehind();
     void lightMapGoesToTheStandardOutput();
@@ -321,6 +323,43 @@ void TestBake::sceneWithoutCameraAbortsAndExplains()
     QVERIFY(result.crashed);
     QCOMPARE(result.status, SIGABRT);
     QVERIFY2(result.err.contains("blind.dae: the scene has no camera node"), qPrintable(result.err));
+}
+
+void TestBake::imageOfAnotherHandStays()
+{
+    const QString scene = write("square.dae", square().text());
+    const QStringList quick = {"--size", "16", "--samples", "1", scene};
+    QImage picture(4, 4, QImage::Format_RGB888);
+    picture.fill(Qt::red);
+    QVERIFY(picture.save(path("square.dae.png")));
+    const QByteArray before = contents(path("square.dae.png"));
+    const ProgramEnd refused = bake(quick);
+    QCOMPARE(refused.status, 2);
+    QVERIFY2(refused.err.contains("square.dae.png: this file is there already") &&
+                 refused.err.contains("--force"),
+             qPrintable(refused.err));
+    QCOMPARE(contents(path("square.dae.png")), before);
+    QCOMPARE(bake(QStringList("--force") + quick).status, 0);
+    const QByteArray map = contents(path("square.dae.png"));
+    QCOMPARE(QImage::fromData(map).text("Software"), QStringLiteral("quorvel-bake " QUORVEL_VERSION));
+    // Its own ones it replaces.
+    QCOMPARE(bake(quick).status, 0);
+    QCOMPARE(contents(path("square.dae.png")), map);
+}
+
+void TestBake::copyOfAnotherHandStays()
+{
+    write("two.dae", twoSquares());
+    write("two-lit.dae", "a day's work");
+    const QStringList quick = {"--atlas", "new",       "--size", "64",     "--samples",
+                               "1",       "--padding", "2",      "two.dae"};
+    const ProgramEnd refused = bake(quick);
+    QCOMPARE(refused.status, 2);
+    QVERIFY2(refused.err.contains("two-lit.dae: this file is there already"), qPrintable(refused.err));
+    QCOMPARE(contents(path("two-lit.dae")), QByteArray("a day's work"));
+    QCOMPARE(bake(QStringList("--force") + quick).status, 0);
+    QVERIFY(contents(path("two-lit.dae")).contains("COLLADA"));
+    QCOMPARE(bake(quick).status, 0);
 }
 
 void TestBake::signalLeavesNothingBehind_data()

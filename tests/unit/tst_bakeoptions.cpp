@@ -79,7 +79,7 @@ void TestBakeOptions::everyOptionIsRead()
     QCOMPARE(options.settings.glow, 2.0f);
     QCOMPARE(options.settings.exposure, -0.5f);
     QVERIFY(options.settings.denoise && options.settings.softHighlights);
-    QVERIFY(options.quiet && options.verbose && options.json);
+    QVERIFY(options.quiet && options.verbose && options.json && options.force);
     QVERIFY(options.atlas == BakeOptions::Atlas::New);
     QCOMPARE(options.output, QStringLiteral("lit.dae.png"));
     QCOMPARE(options.copy, QStringLiteral("lit.dae"));
@@ -122,13 +122,15 @@ void TestBakeOptions::refusedCommandLines_data()
                 << refusal.option + " " + value + ": expected " + refusal.allowed;
     }
     QTest::newRow("a copy without a name of its own")
-        << QStringList{"--atlas", "new", "a.dae", "-o", "a.jpg"} << "must end in .png";
+        << QStringList{"--atlas", "new", "a.dae", "-o", "a"} << "must end in .png";
+    QTest::newRow("another image format") << QStringList{"a.dae", "-o", "a.jpg"}
+                                          << "a.jpg: pictures are PNG files, and their names end in .png";
     QTest::newRow("a copy without any name")
         << QStringList{"--atlas", "new", "a.dae", "-o", "there/.png"} << "must end in .png";
     QTest::newRow("the copy is the scene")
         << QStringList{"--atlas", "new", "a.dae", "-o", "a.dae.png"} << "would replace the scene itself";
     QTest::newRow("the light map is the scene")
-        << QStringList{"a.dae", "-o", "./a.dae"} << "would replace the scene itself";
+        << QStringList{"room", "-o", "./room"} << "would replace the scene itself";
 }
 
 void TestBakeOptions::refusedCommandLines()

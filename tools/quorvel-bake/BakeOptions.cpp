@@ -2,6 +2,7 @@
 
 #include "OptionReader.h"
 #include "OutputFile.h"
+#include "PictureFile.h"
 #include "StandardInput.h"
 
 #include <QFileInfo>
@@ -109,8 +110,8 @@ struct CommandLine
     const QCommandLineOption json = {"json", "Print what was done as a JSON document."};
     const QCommandLineOption quiet = {{"q", "quiet"}, "Print warnings and errors only."};
     const QCommandLineOption verbose = {{"v", "verbose"}, "Print how the scene is read, too."};
-    /// Replaces a file of the same name, which is what the program does anyway.
-    const QCommandLineOption force = {"force", "Accepted for scripts; outputs are always replaced."};
+    const QCommandLineOption force = {
+        "force", "Replace an image or a copy of the scene, too, that quorvel-bake did not make."};
 
     QCommandLineParser parser;
 };
@@ -137,6 +138,7 @@ bool readValues(const CommandLine &line, BakeOptions *options, QString *error)
     options->json = line.parser.isSet(line.json);
     options->quiet = line.parser.isSet(line.quiet);
     options->verbose = line.parser.isSet(line.verbose);
+    options->force = line.parser.isSet(line.force);
     const QString notNegative = QStringLiteral("a number that is not negative");
     return reader.read(line.size, Size, &settings->size) &&
            reader.read(line.samples, Samples, &settings->samples) &&
@@ -180,6 +182,9 @@ bool placeOutput(const QString &output, BakeOptions *options, QString *error)
         options->output =
             (options->atlas == BakeOptions::Atlas::New ? litName(options->scene) : options->scene) + suffix;
     }
+    *error = refusedExtension(options->output);
+    if (!error->isEmpty())
+        return false;
     if (options->atlas == BakeOptions::Atlas::New) {
         options->copy = options->output.left(options->output.size() - suffix.size());
         if (!options->output.endsWith(suffix) || QFileInfo(options->copy).fileName().isEmpty()) {
@@ -190,7 +195,8 @@ bool placeOutput(const QString &output, BakeOptions *options, QString *error)
         }
     }
     for (const QString &written : {options->output, options->copy}) {
-        if (!written.isEmpty() && isFileOutput(written) && isSameFile(written, options->scene)) {
+        if (!written.isEmpty() && isFileOutput(written) &&
+            fileIdentity(written) == fileIdentity(options->scene)) {
             *error = QStringLiteral("--output %1: this would replace the scene itself").arg(output);
             return false;
         }

@@ -29,6 +29,8 @@ struct BakeOptions
     bool quiet = false;
     bool verbose = false;
     bool json = false;
+    /// Replace files that the program did not make.
+    bool force = false;
 };
 
 /// Reads a command line, without the program's name. False with one sentence in `error` when it makes no

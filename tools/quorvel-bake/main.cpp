@@ -5,6 +5,7 @@
 #include "ExitStatus.h"
 #include "FatalExplanation.h"
 #include "LightMapBake.h"
+#include "LightMapMark.h"
 #include "OutputFile.h"
 #include "PictureFile.h"
 #include "ProgressLine.h"
@@ -123,6 +124,7 @@ int bake(const BakeOptions &options, const QString &litPath, QImage *image, Bake
         bakeLightMap(baked, options.settings, [&line](double part) { line.show(part); });
     line.clear();
     *image = result.image;
+    markLightMap(image);
     *statistics = result.statistics;
     return int(ExitStatus::Done);
 }
@@ -156,6 +158,21 @@ bool canWriteOutputs(const BakeOptions &options, QString *complaint)
     return true;
 }
 
+/// What stands where a file is to be written and may be a person's own work; empty when nothing is lost. The
+/// copy of a scene cannot be marked: it is taken for the program's own where its light map is.
+QString foreignFile(const BakeOptions &options)
+{
+    const auto holdsSomething = [](const QString &path) {
+        return !path.isEmpty() && isFileOutput(path) && QFileInfo(path).size() > 0;
+    };
+    const bool isOwn = isFileOutput(options.output) && isMarkedLightMap(options.output);
+    for (const QString &path : {options.output, options.copy}) {
+        if (holdsSomething(path) && !isOwn)
+            return path;
+    }
+    return QString();
+}
+
 int bakeScene(const BakeOptions &options)
 {
     QString error;
@@ -164,6 +181,13 @@ int bakeScene(const BakeOptions &options)
         return fail(ExitStatus::InvalidInput, QStringLiteral("%1: %2").arg(options.scene, error));
     if (!canWriteOutputs(options, &error))
         return fail(ExitStatus::CannotWrite, error);
+
+    const QString foreign = options.force ? QString() : foreignFile(options);
+    if (!foreign.isEmpty())
+        return fail(ExitStatus::Usage,
+                    QStringLiteral("%1: this file is there already and not known to be quorvel-bake's work; "
+                                   "--force replaces it")
+                        .arg(foreign));
 
     const bool fresh = options.atlas == BakeOptions::Atlas::New;
     UnfinishedFile copy;
