@@ -202,7 +202,7 @@ void ForwardPainter::createRenderTargets(const PainterState &state)
 void ForwardPainter::loadLightMap(const PainterState &state)
 {
     const QString lightMapFile = LightMap::fileName(state.scene()->name());
-    if (!m_lightMap.isLoaded() && QFile::exists(lightMapFile)) {
+    if (m_lightMapUsed && !m_lightMap.isLoaded() && QFile::exists(lightMapFile)) {
         if (m_lightMap.load(lightMapFile))
             logGlError(__FILE__, __LINE__);
     }

@@ -40,6 +40,11 @@ public:
     void prepare(PainterState &state) override;
     void release() override;
 
+    /// Whether a light map that lies beside the scene is used, as is the default. Before prepare().
+    void setLightMapUsed(bool used) { m_lightMapUsed = used; }
+    /// Whether the scene is lit by a light map; known once prepared.
+    bool isLightMapped() const { return m_lightMap.isLoaded(); }
+
     /// Draws the map of a spot or directional light; it must have been made.
     void renderShadowMap(const PainterState &state, const Node &lightNode);
     /// Draws the cube map of a point light; it must have been made. No frame does: point lights cast no
@@ -79,6 +84,7 @@ private:
     QRectF m_lastViewport;
     RenderTargets m_targets;
     std::unique_ptr<RandomTextures> m_random;
+    bool m_lightMapUsed = true;
     LightMap m_lightMap;
     LightTargets m_lightTargets;
     ShadowMaps m_shadowMaps;

@@ -38,7 +38,14 @@ private slots:
     void withoutGlExitsWithFive();
     void sceneWithoutCameraAbortsAndExplains();
     void helpAndVersionAreText();
-    void quietLeavesDebugLinesOut();
+    void saysHowItReadsOnlyWhenAsked();
+    void lightMapIsSaidAndCanBeLeftOut();
+    void pictureIsNoLightMap();
+    void failingSceneDoesNotTakeTheOthersAlong();
+    void pictureOfOneColorIsExplained_data();
+    void pictureOfOneColorIsExplained();
+    void samplesAreTheMeanOfTheirPlaces_data();
+    void samplesAreTheMeanOfTheirPlaces();
     void pictureGoesToTheStandardOutput();
     void sceneComesFromTheStandardInput();
     void pipeGetsTheWholePicture();
@@ -115,9 +122,9 @@ void TestRender::drawsAmbientSceneInItsColour()
 void TestRender::drawsTheSameFromTheCache()
 {
     const QString scene = writeScene("square.dae");
-    const ProgramEnd first = run({"--size", "64x48", "--orbit", "40,10", scene, path("first.png")});
+    const ProgramEnd first = run({"-v", "--size", "64x48", "--orbit", "40,10", scene, path("first.png")});
     QVERIFY(!first.err.contains("loading from local cache"));
-    const ProgramEnd second = run({"--size", "64x48", "--orbit", "40,10", scene, path("second.png")});
+    const ProgramEnd second = run({"-v", "--size", "64x48", "--orbit", "40,10", scene, path("second.png")});
     QVERIFY2(second.err.contains("ColladaLoader: loading from local cache"), qPrintable(second.err));
     const QImage picture(path("first.png"));
     QVERIFY(!picture.isNull());
@@ -240,11 +247,137 @@ void TestRender::sceneWithoutCameraAbortsAndExplains()
     QVERIFY(!QFile::exists(path("out.png")));
 }
 
-void TestRender::quietLeavesDebugLinesOut()
+void TestRender::saysHowItReadsOnlyWhenAsked()
 {
     const QString scene = writeScene("square.dae");
-    QVERIFY(run({scene, path("out.png")}).err.contains("Load time: "));
-    QVERIFY(!run({"--quiet", scene, path("out.png")}).err.contains("Load time: "));
+    QCOMPARE(run({"--orbit", "60,0", scene, path("out.png")}).err, QString());
+    // From the cache now; another place, and it is converted once more.
+    QVERIFY(QDir(path(".quorvel")).removeRecursively());
+    const QString said = run({"--verbose", "--orbit", "60,0", scene, path("out.png")}).err;
+    QVERIFY2(said.contains("Scene:") && said.contains("Load time: "), qPrintable(said));
+}
+
+void TestRender::lightMapIsSaidAndCanBeLeftOut()
+{
+    const QString scene = writeScene("square.dae");
+    QCOMPARE(run({"--size", "64x64", "--orbit", "60,0", scene, path("unlit.png")}).status, 0);
+    QImage map(8, 8, QImage::Format_RGB888);
+    map.fill(Qt::blue);
+    QVERIFY(map.save(path("square.dae.png")));
+    const QStringList view = {"--size", "64x64", "--orbit", "60,0", scene, path("out.png")};
+    QCOMPARE(run(view).err, QStringLiteral("quorvel-render: %1: lit by its light map %1.png\n").arg(scene));
+    QVERIFY(near(QImage(path("out.png")).pixel(32, 32), 0, 0, 255));
+    QCOMPARE(run(QStringList("--quiet") + view).err, QString());
+    QVERIFY(near(QImage(path("out.png")).pixel(32, 32), 0, 0, 255));
+    QCOMPARE(run(QStringList("--no-light-map") + view).err, QString());
+    QCOMPARE(contents(path("out.png")), contents(path("unlit.png")));
+}
+
+void TestRender::pictureIsNoLightMap()
+{
+    const QString scene = writeScene("square.dae");
+    const QStringList trap = {"--orbit", "60,0", scene, scene + ".png"};
+    const ProgramEnd refused = run(trap);
+    QCOMPARE(refused.status, 2);
+    QVERIFY2(refused.err.contains("that of the light map of ") && refused.err.contains("--force"),
+             qPrintable(refused.err));
+    QVERIFY(!QFile::exists(scene + ".png"));
+    QCOMPARE(run(QStringList("--force") + trap).status, 0);
+    QVERIFY(QFile::exists(scene + ".png"));
+}
+
+void TestRender::failingSceneDoesNotTakeTheOthersAlong()
+{
+    const QString scene = writeScene("a.dae");
+    writeScene("blind.dae", false);
+    writeScene("b.dae");
+    const ProgramEnd result = run({"--size", "64x64", "--orbit", "60,0", "--output-dir", "new/out", "a.dae",
+                                   "blind.dae", "missing.dae", "b.dae"});
+    QVERIFY(!result.crashed);
+    QCOMPARE(result.status, 3);
+    QCOMPARE(QDir(path("new/out")).entryList(QDir::Files), QStringList({"a.png", "b.png"}));
+    QVERIFY(!QImage(path("new/out/a.png")).isNull());
+    QCOMPARE(contents(path("new/out/a.png")), contents(path("new/out/b.png")));
+    QVERIFY2(result.err.contains("blind.dae: the scene has no camera node") &&
+                 result.err.contains("missing.dae: no such file") &&
+                 result.err.contains("2 of 4 scenes could not be drawn: blind.dae, missing.dae"),
+             qPrintable(result.err));
+    QCOMPARE(run({"--output-dir", ".", "--orbit", "60,0", "a.dae", "b.dae"}).status, 0);
+    QCOMPARE(run({"--output-dir", "a.dae/out", "b.dae"}).status, 4);
+}
+
+void TestRender::pictureOfOneColorIsExplained_data()
+{
+    QTest::addColumn<QStringList>("options");
+    QTest::addColumn<QByteArray>("light");
+    QTest::addColumn<QByteArray>("ambient");
+    QTest::addColumn<QString>("reason");
+    const QByteArray black =
+        R"(<light id="lamp"><technique_common><point><color>0 0 0</color></point></technique_common></light>)";
+    QTest::newRow("black light") << QStringList() << black << QByteArray("1 1 1")
+                                 << "all of the scene's lights that count are black";
+    QTest::newRow("no light") << QStringList() << QByteArray() << QByteArray("0 0 0")
+                              << "the scene has no light, and its materials reflect no ambient light";
+    QTest::newRow("from behind") << QStringList{"--orbit", "180,0"} << QByteArray() << QByteArray("1 1 1")
+                                 << "the camera sees only the backs of surfaces";
+    QTest::newRow("a wall") << QStringList() << QByteArray() << QByteArray("1 1 1")
+                            << "what is in view has the same colour everywhere";
+}
+
+void TestRender::pictureOfOneColorIsExplained()
+{
+    QFETCH(QStringList, options);
+    QFETCH(QByteArray, light);
+    QFETCH(QByteArray, ambient);
+    QFETCH(QString, reason);
+    SquareScene scene;
+    scene.ambient = ambient;
+    scene.light = light;
+    m_home->write("square.dae", scene.text());
+    const QStringList arguments =
+        QStringList{"--quiet", "--size", "64x64"} + options + QStringList{"square.dae", "out.png"};
+    const ProgramEnd result = run(arguments);
+    QCOMPARE(result.status, 0);
+    const QString warning =
+        QStringLiteral("quorvel-render: square.dae: warning: the picture is of one colour: ");
+    QVERIFY2(result.err.startsWith(warning + reason), qPrintable(result.err));
+    QCOMPARE(result.err.count('\n'), 1);
+    QVERIFY(QFile::exists(path("out.png")));
+}
+
+void TestRender::samplesAreTheMeanOfTheirPlaces_data()
+{
+    QTest::addColumn<QByteArray>("way");
+    QTest::addColumn<QPoint>("covered");
+    QTest::addColumn<QPoint>("edge");
+    QTest::addColumn<QPoint>("free");
+    QTest::newRow("upright edge") << QByteArray("1.16559 0 0") << QPoint(61, 50) << QPoint(60, 50)
+                                  << QPoint(59, 50);
+    QTest::newRow("level edge") << QByteArray("0 1.16559 0") << QPoint(50, 38) << QPoint(50, 39)
+                                << QPoint(50, 40);
+}
+
+void TestRender::samplesAreTheMeanOfTheirPlaces()
+{
+    QFETCH(QByteArray, way);
+    QFETCH(QPoint, covered);
+    QFETCH(QPoint, edge);
+    QFETCH(QPoint, free);
+    // Half a picture is 3 tan(15 degrees) = 0.80385 wide: an edge 0.16559 beside the middle lies 10.3 of 50
+    // pixels from there, and covers 0.7 of that pixel.
+    SquareScene scene;
+    scene.ambient = "1 0.5 0";
+    scene.nodes.replace("<instance_geometry", "<translate>" + way + "</translate><instance_geometry");
+    m_home->write("square.dae", scene.text());
+    QCOMPARE(run({"--size", "100x100", "--samples", "16", "square.dae", "smooth.png"}).status, 0);
+    const QImage picture(path("smooth.png"));
+    QVERIFY(near(picture.pixel(covered), 102, 51, 0));
+    QVERIFY(near(picture.pixel(free), 0, 0, 0));
+    // Of 16 columns, or rows, the middles of 11 lie beyond 0.3.
+    QVERIFY2(near(picture.pixel(edge), 102 * 11 / 16, 51 * 11 / 16, 0),
+             qPrintable(QString::number(picture.pixel(edge), 16)));
+    QCOMPARE(run({"--size", "100x100", "--samples", "16", "square.dae", "again.png"}).status, 0);
+    QCOMPARE(contents(path("again.png")), contents(path("smooth.png")));
 }
 
 void TestRender::helpAndVersionAreText()
@@ -317,17 +450,20 @@ void TestRender::deviceStaysOne()
 void TestRender::signalLeavesNothingBehind_data()
 {
     QTest::addColumn<int>("signal");
-    QTest::newRow("interrupted") << SIGINT;
-    QTest::newRow("terminated") << SIGTERM;
+    QTest::addColumn<QStringList>("output");
+    QTest::newRow("interrupted") << SIGINT << QStringList{"square.dae", "out.png"};
+    QTest::newRow("terminated") << SIGTERM << QStringList{"square.dae", "out.png"};
+    QTest::newRow("terminated, of several") << SIGTERM << QStringList{"--output-dir", ".", "square.dae"};
 }
 
 void TestRender::signalLeavesNothingBehind()
 {
     QFETCH(int, signal);
-    const QString scene = writeScene("square.dae");
-    const ProgramEnd result = m_home->signalled(
-        QStringLiteral(QUORVEL_RENDER),
-        {"--size", "1000x1000", "--frames", "1000000", scene, path("out.png")}, "Load time", signal);
+    QFETCH(QStringList, output);
+    writeScene("square.dae");
+    const QStringList busy = {"-v", "--size", "2000x2000", "--ambient-occlusion", "--samples", "256"};
+    const ProgramEnd result =
+        m_home->signalled(QStringLiteral(QUORVEL_RENDER), busy + output, "Load time", signal);
     QVERIFY2(!result.crashed, qPrintable(result.err));
     QCOMPARE(result.status, 128 + signal);
     QVERIFY2(result.err.contains("quorvel-render: interrupted"), qPrintable(result.err));

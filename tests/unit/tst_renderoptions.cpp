@@ -17,6 +17,8 @@ private slots:
     void everyOptionIsRead();
     void refusedCommandLines_data();
     void refusedCommandLines();
+    void picturesAreNamedAfterTheirScenes();
+    void outputsThatAreNoFilesHaveAnyName();
     void versionAndHelpNeedNoScene();
     void cameraIsFoundByIdBeforeNumber();
     void orbitTurnsAboutTheSceneCentre();
@@ -28,8 +30,11 @@ void TestRenderOptions::defaultsAreTheViewers()
     RenderOptions options;
     QString error;
     QVERIFY(parseRenderOptions({"room.dae", "room.png"}, &options, &error));
-    QCOMPARE(options.scene, QStringLiteral("room.dae"));
-    QCOMPARE(options.output, QStringLiteral("room.png"));
+    QCOMPARE(options.jobs.size(), 1);
+    QCOMPARE(options.jobs.at(0).scene, QStringLiteral("room.dae"));
+    QCOMPARE(options.jobs.at(0).output, QStringLiteral("room.png"));
+    QVERIFY(options.lightMap && !options.verbose && !options.quiet);
+    QCOMPARE(options.samples, 1);
     QCOMPARE(options.size, QSize(640, 480));
     QVERIFY(options.shadows && options.backfaceCulling);
     QVERIFY(!options.ambientOcclusion && !options.outlines && !options.lowQuality);
@@ -41,16 +46,38 @@ void TestRenderOptions::everyOptionIsRead()
 {
     RenderOptions options;
     QString error;
-    QVERIFY2(
-        parseRenderOptions({"--size", "320x200", "--no-shadows", "--ambient-occlusion", "--outlines",
-                            "--low-quality", "--no-backface-culling", "--orbit", "-30,12.5", "--frames", "7",
-                            "--camera", "front", "--gl", "desktop", "-q", "--json", "a.dae", "a.png"},
-                           &options, &error),
-        qPrintable(error));
+    QVERIFY2(parseRenderOptions({"--size",
+                                 "320x200",
+                                 "--no-shadows",
+                                 "--ambient-occlusion",
+                                 "--outlines",
+                                 "--low-quality",
+                                 "--no-backface-culling",
+                                 "--orbit",
+                                 "-30,12.5",
+                                 "--frames",
+                                 "7",
+                                 "--camera",
+                                 "front",
+                                 "--gl",
+                                 "desktop",
+                                 "-q",
+                                 "--json",
+                                 "-v",
+                                 "--no-light-map",
+                                 "--samples",
+                                 "16",
+                                 "--force",
+                                 "a.dae",
+                                 "a.png"},
+                                &options, &error),
+             qPrintable(error));
     QCOMPARE(options.size, QSize(320, 200));
     QVERIFY(!options.shadows && !options.backfaceCulling);
     QVERIFY(options.ambientOcclusion && options.outlines && options.lowQuality && options.quiet &&
             options.json);
+    QVERIFY(options.verbose && !options.lightMap);
+    QCOMPARE(options.samples, 16);
     QCOMPARE(options.orbit, QPointF(-30.0, 12.5));
     QCOMPARE(options.frames, 7);
     QCOMPARE(options.camera, QStringLiteral("front"));
@@ -73,6 +100,27 @@ void TestRenderOptions::refusedCommandLines_data()
     QTest::newRow("orbit not finite") << QStringList{"--orbit", "nan,1", "a", "b"} << "--orbit nan,1";
     QTest::newRow("no frames") << QStringList{"--frames", "0", "a", "b"}
                                << "--frames 0: expected a whole number from 1 to 1000000";
+    for (const char *samples : {"0", "3", "512", "-4", "x"})
+        QTest::addRow("%s samples", samples)
+            << QStringList{"--samples", samples, "a", "b"}
+            << QStringLiteral("--samples %1: expected 1, 2, 4, 8, 16, ").arg(QLatin1String(samples));
+    QTest::newRow("another image format")
+        << QStringList{"a.dae", "a.jpg"} << "a.jpg: pictures are PNG files, and their names end in .png";
+    QTest::newRow("the scene") << QStringList{"a", "./a"} << "./a: this would replace the scene itself";
+    QTest::newRow("the light map") << QStringList{"a.dae", "./a.dae.png"}
+                                   << "./a.dae.png: this name is that of the light map of a.dae";
+    QTest::newRow("a light map in a folder") << QStringList{"--output-dir", ".", "a.dae", "room"}
+                                             << "./room.png: this name is that of the light map";
+    QTest::newRow("pictures of one name")
+        << QStringList{"--output-dir", "out", "a/room.dae", "b.dae", "b/room.xml"}
+        << "a/room.dae and b/room.xml would both be drawn into out/room.png";
+    QTest::newRow("a folder and no scene") << QStringList{"--output-dir", "out"} << "no scene is given";
+    QTest::newRow("a folder without a name")
+        << QStringList{"--output-dir=", "a.dae"} << "--output-dir: expected the name of a folder";
+    QTest::newRow("a folder for a scene without a name")
+        << QStringList{"--output-dir", "out", "-"} << "has no name for its picture";
+    QTest::newRow("times of several scenes")
+        << QStringList{"--output-dir", "out", "--frames", "2", "a.dae"} << "--frames times one scene";
     QTest::newRow("unknown context") << QStringList{"--gl", "metal", "a", "b"}
                                      << "--gl metal: expected es or desktop";
 }
@@ -85,6 +133,30 @@ void TestRenderOptions::refusedCommandLines()
     QString error;
     QVERIFY(!parseRenderOptions(arguments, &options, &error));
     QVERIFY2(error.contains(complaint), qPrintable(error));
+}
+
+void TestRenderOptions::picturesAreNamedAfterTheirScenes()
+{
+    RenderOptions options;
+    QString error;
+    QVERIFY2(parseRenderOptions({"--output-dir", "out", "in/room.dae", "a.b.DAE", ":/models/logo.DAE"},
+                                &options, &error),
+             qPrintable(error));
+    QCOMPARE(options.outputFolder, QStringLiteral("out"));
+    QStringList outputs;
+    for (const RenderJob &job : qAsConst(options.jobs))
+        outputs.append(job.scene + " > " + job.output);
+    QCOMPARE(outputs, QStringList({"in/room.dae > out/room.png", "a.b.DAE > out/a.b.png",
+                                   ":/models/logo.DAE > out/logo.png"}));
+}
+
+void TestRenderOptions::outputsThatAreNoFilesHaveAnyName()
+{
+    for (const char *output : {"-", "/dev/stdout", "/dev/null", "picture", "picture.PNG"}) {
+        RenderOptions options;
+        QString error;
+        QVERIFY2(parseRenderOptions({"a.dae", output}, &options, &error), qPrintable(error));
+    }
 }
 
 void TestRenderOptions::versionAndHelpNeedNoScene()

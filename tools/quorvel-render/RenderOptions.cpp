@@ -1,7 +1,14 @@
 #include "RenderOptions.h"
 
+#include "LightMap.h"
 #include "OptionReader.h"
+#include "OutputFile.h"
+#include "PictureFile.h"
+#include "StandardInput.h"
 
+#include <QDir>
+#include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 
 #include <cmath>
@@ -13,6 +20,7 @@ namespace
 {
 
 constexpr WholeNumber Frames = {1, 1000000};
+constexpr WholeNumber Samples = {1, 256};
 
 bool parseSize(const QString &text, QSize *size)
 {
@@ -31,6 +39,11 @@ bool parseOrbit(const QString &text, QPointF *orbit)
     bool verticalOk = false;
     *orbit = QPointF(angles.at(0).toDouble(&horizontalOk), angles.at(1).toDouble(&verticalOk));
     return horizontalOk && verticalOk && std::isfinite(orbit->x()) && std::isfinite(orbit->y());
+}
+
+bool parseSamples(const QString &text, int *samples)
+{
+    return Samples(text, samples) && (*samples & (*samples - 1)) == 0;
 }
 
 bool parseApi(const QString &text, OffscreenContext::Api *api)
@@ -52,6 +65,15 @@ struct CommandLine
         "size",
         "Size of the picture in pixels (default 640x480); graphics drivers set a limit, often 4096x4096.",
         "WxH"};
+    const QCommandLineOption outputFolder = {
+        "output-dir", "Draw any number of scenes, each into a PNG file of its name in this folder.", "DIR"};
+    const QCommandLineOption force = {
+        "force", "Write the picture even where it would be taken for a scene's light map."};
+    const QCommandLineOption samples = {
+        "samples",
+        "Smooth edges: each pixel is the mean of N places in it (a power of two up to 256; default 1).", "N"};
+    const QCommandLineOption noLightMap = {"no-light-map",
+                                           "Draw with the scene's own lights where it has a light map, too."};
     const QCommandLineOption noShadows = {"no-shadows", "Draw without shadows."};
     const QCommandLineOption ambientOcclusion = {"ambient-occlusion", "Darken corners."};
     const QCommandLineOption outlines = {"outlines", "Draw outlines."};
@@ -65,6 +87,7 @@ struct CommandLine
     const QCommandLineOption gl = {"gl", "Kind of context: es (OpenGL ES 2.0, the default) or desktop.",
                                    "KIND"};
     const QCommandLineOption quiet = {{"q", "quiet"}, "Print warnings and errors only."};
+    const QCommandLineOption verbose = {{"v", "verbose"}, "Print how the scene is read, too."};
     const QCommandLineOption json = {"json", "Print --frames and --diagnose results as one JSON document."};
 
     QCommandLineParser parser;
@@ -77,11 +100,29 @@ CommandLine::CommandLine()
         "display."));
     parser.addPositionalArgument(
         QStringLiteral("SCENE"),
-        QStringLiteral("COLLADA file, or a built-in path such as :/models/logo.DAE."));
-    parser.addPositionalArgument(QStringLiteral("OUTPUT.png"), QStringLiteral("Picture to write."));
-    for (const QCommandLineOption *option :
-         {&help, &version, &diagnose, &size, &noShadows, &ambientOcclusion, &outlines, &lowQuality,
-          &noCulling, &orbit, &frames, &camera, &gl, &quiet, &json})
+        QStringLiteral("COLLADA file, a built-in path such as :/models/logo.DAE, or - for standard input."));
+    parser.addPositionalArgument(QStringLiteral("OUTPUT.png"),
+                                 QStringLiteral("Picture to write; - for standard output."));
+    for (const QCommandLineOption *option : {&help,
+                                             &version,
+                                             &outputFolder,
+                                             &force,
+                                             &size,
+                                             &samples,
+                                             &orbit,
+                                             &camera,
+                                             &noLightMap,
+                                             &noShadows,
+                                             &ambientOcclusion,
+                                             &outlines,
+                                             &lowQuality,
+                                             &noCulling,
+                                             &gl,
+                                             &frames,
+                                             &diagnose,
+                                             &json,
+                                             &quiet,
+                                             &verbose})
         parser.addOption(*option);
 }
 
@@ -92,8 +133,11 @@ bool readValues(const CommandLine &line, RenderOptions *options, QString *error)
     options->outlines = line.parser.isSet(line.outlines);
     options->lowQuality = line.parser.isSet(line.lowQuality);
     options->backfaceCulling = !line.parser.isSet(line.noCulling);
+    options->lightMap = !line.parser.isSet(line.noLightMap);
     options->camera = line.parser.value(line.camera);
+    options->outputFolder = line.parser.value(line.outputFolder);
     options->quiet = line.parser.isSet(line.quiet);
+    options->verbose = line.parser.isSet(line.verbose);
     options->json = line.parser.isSet(line.json);
     options->timeFrames = line.parser.isSet(line.frames);
 
@@ -101,10 +145,74 @@ bool readValues(const CommandLine &line, RenderOptions *options, QString *error)
     return reader.read(line.size, parseSize,
                        QStringLiteral("WIDTHxHEIGHT from 1x1 to 99999x99999, such as 640x480"),
                        &options->size) &&
+           reader.read(line.samples, parseSamples, QStringLiteral("1, 2, 4, 8, 16, 32, 64, 128 or 256"),
+                       &options->samples) &&
            reader.read(line.orbit, parseOrbit, QStringLiteral("H,V: two angles in degrees, such as 30,-10"),
                        &options->orbit) &&
            reader.read(line.frames, Frames, &options->frames) &&
            reader.read(line.gl, parseApi, QStringLiteral("es or desktop"), &options->api);
+}
+
+/// One scene and its picture.
+bool placeOne(const QStringList &positional, RenderOptions *options, QString *error)
+{
+    if (positional.size() != 2) {
+        *error = QStringLiteral("a scene and an output file are needed: quorvel-render [options] SCENE "
+                                "OUTPUT.png, or for several scenes --output-dir DIR SCENE...");
+        return false;
+    }
+    options->jobs = {{positional.at(0), positional.at(1)}};
+    *error = refusedExtension(positional.at(1));
+    return error->isEmpty();
+}
+
+/// Any number of scenes, and a folder for their pictures.
+bool placeAll(const QStringList &scenes, RenderOptions *options, QString *error)
+{
+    if (scenes.isEmpty())
+        *error = QStringLiteral("no scene is given: quorvel-render [options] --output-dir DIR SCENE...");
+    if (options->outputFolder.isEmpty())
+        *error = QStringLiteral("--output-dir: expected the name of a folder");
+    if (options->timeFrames)
+        *error = QStringLiteral("--frames times one scene, without --output-dir");
+    QHash<QString, QString> sceneOfOutput;
+    for (const QString &scene : scenes) {
+        const QString output = QDir(options->outputFolder)
+                                   .filePath(QFileInfo(scene).completeBaseName() + QStringLiteral(".png"));
+        if (isStandardInput(scene))
+            *error = QStringLiteral("a scene from the standard input has no name for its picture: give it "
+                                    "one, without --output-dir");
+        else if (sceneOfOutput.contains(output))
+            *error = QStringLiteral("%1 and %2 would both be drawn into %3")
+                         .arg(sceneOfOutput.value(output), scene, output);
+        sceneOfOutput.insert(output, scene);
+        options->jobs.append({scene, output});
+    }
+    return error->isEmpty();
+}
+
+/// That no picture replaces a scene, or is shown as the light of one the next time.
+bool checkOutputs(const RenderOptions &options, bool force, QString *error)
+{
+    QHash<QString, QString> scenes;
+    QHash<QString, QString> sceneOfLightMap;
+    for (const RenderJob &job : options.jobs) {
+        scenes.insert(fileIdentity(job.scene), job.scene);
+        sceneOfLightMap.insert(fileIdentity(LightMap::fileName(job.scene)), job.scene);
+    }
+    for (const RenderJob &job : options.jobs) {
+        if (!isFileOutput(job.output))
+            continue;
+        const QString identity = fileIdentity(job.output);
+        if (scenes.contains(identity))
+            *error = QStringLiteral("%1: this would replace the scene itself").arg(job.output);
+        else if (!force && sceneOfLightMap.contains(identity))
+            *error =
+                QStringLiteral("%1: this name is that of the light map of %2, which the picture would be "
+                               "taken for: choose another one, or --force")
+                    .arg(job.output, sceneOfLightMap.value(identity));
+    }
+    return error->isEmpty();
 }
 
 } // namespace
@@ -133,14 +241,10 @@ bool parseRenderOptions(const QStringList &arguments, RenderOptions *options, QS
         return true;
     }
     const QStringList positional = line.parser.positionalArguments();
-    if (positional.size() != 2) {
-        *error = QStringLiteral(
-            "a scene and an output file are needed: quorvel-render [options] SCENE OUTPUT.png");
-        return false;
-    }
-    options->scene = positional.at(0);
-    options->output = positional.at(1);
-    return true;
+    error->clear();
+    const bool placed = line.parser.isSet(line.outputFolder) ? placeAll(positional, options, error)
+                                                             : placeOne(positional, options, error);
+    return placed && checkOutputs(*options, line.parser.isSet(line.force), error);
 }
 
 } // namespace Quorvel

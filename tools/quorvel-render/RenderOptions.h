@@ -6,9 +6,17 @@
 #include <QSize>
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 namespace Quorvel
 {
+
+/// One picture to draw.
+struct RenderJob
+{
+    QString scene;
+    QString output;
+};
 
 /// What one call of quorvel-render asks for.
 struct RenderOptions
@@ -19,14 +27,20 @@ struct RenderOptions
     Request request = Request::Render;
     QString text;
 
-    QString scene;
-    QString output;
+    /// At least one, and exactly one without a folder for the pictures.
+    QVector<RenderJob> jobs;
+    /// The folder for pictures that are named after their scenes; empty when the picture has a name.
+    QString outputFolder;
     QSize size = QSize(640, 480);
+    /// Places in a pixel that its colour is the mean of; a power of two.
+    int samples = 1;
     bool shadows = true;
     bool ambientOcclusion = false;
     bool outlines = false;
     bool lowQuality = false;
     bool backfaceCulling = true;
+    /// Whether a light map that lies beside the scene is used.
+    bool lightMap = true;
     /// Degrees about the scene's centre, horizontally and vertically.
     QPointF orbit;
     int frames = 1;
@@ -37,6 +51,7 @@ struct RenderOptions
     QString camera;
     OffscreenContext::Api api = OffscreenContext::Api::Es2;
     bool quiet = false;
+    bool verbose = false;
     bool json = false;
 };
 

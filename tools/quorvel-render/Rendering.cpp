@@ -1,5 +1,6 @@
 #include "Rendering.h"
 
+#include "BlankPicture.h"
 #include "Camera.h"
 #include "CameraMotion.h"
 #include "ForwardPainter.h"
@@ -14,6 +15,60 @@
 
 namespace Quorvel
 {
+
+namespace
+{
+
+PainterState startState(Scene *scene, const RenderOptions &options)
+{
+    PainterState state(scene);
+    state.setViewport(QRectF(QPointF(0.0, 0.0), QSizeF(options.size)));
+    state.setAspect(float(options.size.width()) / float(options.size.height()));
+    state.setBackfaceCulling(options.backfaceCulling);
+    state.setLowQuality(options.lowQuality);
+    state.setCastShadows(options.shadows);
+    state.setAmbientOcclusion(options.ambientOcclusion);
+    state.setOutlines(options.outlines);
+    state.update();
+    return state;
+}
+
+QVector<double> timeFrames(ForwardPainter *painter, PainterState state, int frames)
+{
+    QVector<double> times;
+    for (int i = 0; i < frames; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        state.update();
+        painter->paint(state);
+        glFinish();
+        times.append(double(timer.nsecsElapsed()) / 1e6);
+    }
+    return times;
+}
+
+/// Lets what lies at `place` in each pixel be seen in its middle.
+void moveView(PainterState *state, const QPointF &place)
+{
+    QMatrix4x4 move;
+    move.translate(float(2.0 * (0.5 - place.x()) / state->viewport().width()),
+                   float(2.0 * (0.5 - place.y()) / state->viewport().height()));
+    state->setViewToClip(move * state->viewToClip());
+}
+
+/// Whether a plain frame in front of an unlikely background shows anything else.
+bool coversBackground(ForwardPainter *painter, PainterState state, OffscreenContext *context)
+{
+    const QColor background(3, 251, 77);
+    state.setBackgroundColor(background);
+    state.setOutlines(false);
+    state.setAmbientOcclusion(false);
+    painter->paint(state);
+    const QImage picture = context->grab();
+    return !isOneColor(picture) || picture.pixel(0, 0) != background.rgb();
+}
+
+} // namespace
 
 Node *findCamera(const Scene &scene, const QString &camera)
 {
@@ -39,30 +94,73 @@ void orbit(Scene *scene, const QPointF &angles)
                                                           centre, float(angles.y())));
 }
 
+QPointF samplePlace(int i, int count)
+{
+    // The points of Larcher and Pillichshammer, moved into the middle of their cells.
+    quint32 row = 0;
+    quint32 bits = 1u << 31;
+    for (quint32 rest = quint32(i); rest != 0; rest >>= 1, bits |= bits >> 1) {
+        if (rest & 1)
+            row ^= bits;
+    }
+    return {(i + 0.5) / count, row / 4294967296.0 + 0.5 / count};
+}
+
+void PictureMean::add(const QImage &picture)
+{
+    m_size = picture.size();
+    const int rowValues = 3 * m_size.width();
+    m_sums.resize(rowValues * m_size.height());
+    for (int y = 0; y < m_size.height(); ++y) {
+        const uchar *const row = picture.constScanLine(y);
+        quint16 *const sums = m_sums.data() + y * rowValues;
+        std::transform(sums, sums + rowValues, row, sums,
+                       [](quint16 sum, uchar value) { return quint16(sum + value); });
+    }
+    ++m_count;
+}
+
+QImage PictureMean::picture() const
+{
+    QImage mean(m_size, QImage::Format_RGB888);
+    const int rowValues = 3 * m_size.width();
+    for (int y = 0; y < m_size.height(); ++y) {
+        const quint16 *const sums = m_sums.constData() + y * rowValues;
+        std::transform(sums, sums + rowValues, mean.scanLine(y),
+                       [this](quint16 sum) { return uchar((sum + m_count / 2) / m_count); });
+    }
+    return mean;
+}
+
 RenderResult render(Scene *scene, const RenderOptions &options, OffscreenContext *context)
 {
-    PainterState state(scene);
-    state.setViewport(QRectF(QPointF(0.0, 0.0), QSizeF(options.size)));
-    state.setAspect(float(options.size.width()) / float(options.size.height()));
-    state.setBackfaceCulling(options.backfaceCulling);
-    state.setLowQuality(options.lowQuality);
-    state.setCastShadows(options.shadows);
-    state.setAmbientOcclusion(options.ambientOcclusion);
-    state.setOutlines(options.outlines);
-    state.update();
-
+    PainterState state = startState(scene, options);
     ForwardPainter painter;
+    painter.setLightMapUsed(options.lightMap);
     painter.prepare(state);
     RenderResult result;
-    for (int i = 0; i < options.frames; ++i) {
-        QElapsedTimer timer;
-        timer.start();
-        state.update();
-        painter.paint(state);
-        glFinish();
-        result.frameTimes.append(double(timer.nsecsElapsed()) / 1e6);
+    result.isLightMapped = painter.isLightMapped();
+    if (options.timeFrames)
+        result.frameTimes = timeFrames(&painter, state, options.frames);
+
+    PictureMean mean;
+    for (int i = 0; i < options.samples; ++i) {
+        PainterState sample = state;
+        moveView(&sample, samplePlace(i, options.samples));
+        painter.paint(sample);
+        mean.add(context->grab());
     }
-    result.picture = context->grab();
+    result.picture = mean.picture();
+    if (isOneColor(result.picture)) {
+        BlankPicture blank;
+        blank.isBlack = (result.picture.pixel(0, 0) & 0xffffff) == 0;
+        blank.isLightMapped = result.isLightMapped;
+        describeScene(state, &blank);
+        blank.isCovered = coversBackground(&painter, state, context);
+        state.setBackfaceCulling(false);
+        blank.isCoveredByBacks = coversBackground(&painter, state, context);
+        result.blankReason = reasonForOneColor(blank);
+    }
     return result;
 }
 

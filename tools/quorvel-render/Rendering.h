@@ -17,14 +17,35 @@ Node *findCamera(const Scene &scene, const QString &camera);
 /// Turns the active camera about the scene's centre, as dragging in the viewer does. Degrees.
 void orbit(Scene *scene, const QPointF &angles);
 
+/// Where in a pixel the i-th of `count` samples lies: one in each of `count` columns and rows, 0 to 1 to the
+/// right and upwards. `count` is a power of two; a single sample lies in the middle.
+QPointF samplePlace(int i, int count);
+
+/// The mean of pictures of one size, each channel rounded to the nearest whole number.
+class PictureMean
+{
+public:
+    /// At most 256 pictures, of Format_RGB888.
+    void add(const QImage &picture);
+    QImage picture() const;
+
+private:
+    QSize m_size;
+    int m_count = 0;
+    QVector<quint16> m_sums;
+};
+
 struct RenderResult
 {
     QImage picture;
-    /// Milliseconds of each frame, until the GL had finished it.
+    bool isLightMapped = false;
+    /// Milliseconds of each frame, until the GL had finished it; empty unless they were wanted.
     QVector<double> frameTimes;
+    /// Why the picture is of one colour; empty when it is not.
+    QString blankReason;
 };
 
-/// Draws the scene as the viewer's painter does, options.frames times. Needs `context` current.
+/// Draws the scene as the viewer's painter does. Needs `context` current.
 RenderResult render(Scene *scene, const RenderOptions &options, OffscreenContext *context);
 
 /// The middle one; of an even number, the mean of the two in the middle. Not empty.

@@ -3,14 +3,17 @@
 #include "ExitStatus.h"
 #include "FatalExplanation.h"
 #include "Gles2.h"
+#include "LightMap.h"
 #include "OutputFile.h"
 #include "PictureFile.h"
 #include "Rendering.h"
 #include "Scene.h"
 #include "SceneCache.h"
+#include "SceneProcesses.h"
 #include "StandardInput.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -81,10 +84,10 @@ int diagnose(const RenderOptions &options)
     return int(ExitStatus::Done);
 }
 
-void reportFrames(const RenderOptions &options, const QVector<double> &frameTimes)
+void reportFrames(const RenderOptions &options, const RenderJob &job, const QVector<double> &frameTimes)
 {
     // What goes to the standard output is either the picture or the figures.
-    FILE *const stream = isStandardOutput(options.output) ? stderr : stdout;
+    FILE *const stream = isStandardOutput(job.output) ? stderr : stdout;
     if (options.json) {
         const QJsonObject document = {{QStringLiteral("schema"), 1},
                                       {QStringLiteral("frames"), frameTimes.size()},
@@ -98,7 +101,18 @@ void reportFrames(const RenderOptions &options, const QVector<double> &frameTime
     }
 }
 
-int renderScene(const RenderOptions &options, std::future<SourceText> source)
+/// What a person may want to know about a picture that is drawn.
+void remark(const RenderOptions &options, const RenderJob &job, const RenderResult &result)
+{
+    if (result.isLightMapped && !options.quiet)
+        fprintf(stderr, "quorvel-render: %s: lit by its light map %s\n", qPrintable(job.scene),
+                qPrintable(LightMap::fileName(job.scene)));
+    if (!result.blankReason.isEmpty())
+        fprintf(stderr, "quorvel-render: %s: warning: the picture is of one colour: %s\n",
+                qPrintable(job.scene), qPrintable(result.blankReason));
+}
+
+int renderScene(const RenderOptions &options, const RenderJob &job, std::future<SourceText> source)
 {
     OffscreenContext context(options.size, options.api);
     if (!context.isValid())
@@ -107,26 +121,50 @@ int renderScene(const RenderOptions &options, std::future<SourceText> source)
     Scene scene;
     {
         // Gone before the frame, with the text of the file that it holds.
-        const ColladaLoader loader(&scene, options.scene, std::move(source));
+        const ColladaLoader loader(&scene, job.scene, std::move(source));
     }
 
     if (!options.camera.isEmpty()) {
         Node *camera = findCamera(scene, options.camera);
         if (!camera)
             return fail(ExitStatus::InvalidInput,
-                        QStringLiteral("%1: no camera \"%2\"").arg(options.scene, options.camera));
+                        QStringLiteral("%1: no camera \"%2\"").arg(job.scene, options.camera));
         scene.setActiveCameraNode(camera);
     }
     if (!options.orbit.isNull())
         orbit(&scene, options.orbit);
 
     const RenderResult result = render(&scene, options, &context);
+    remark(options, job, result);
     QString error;
-    if (!writePicture(result.picture, options.output, &error))
-        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(options.output, error));
+    if (!writePicture(result.picture, job.output, &error))
+        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(job.output, error));
     if (options.timeFrames)
-        reportFrames(options, result.frameTimes);
+        reportFrames(options, job, result.frameTimes);
     return int(ExitStatus::Done);
+}
+
+/// Draws one scene, or answers --diagnose. The only one in this process: the application cannot be made
+/// twice.
+int runOnce(int argc, char **argv, const RenderOptions &options, RenderJob job)
+{
+    const bool diagnosing = options.request == RenderOptions::Request::Diagnose;
+    QString error;
+    if (isStandardInput(job.scene) && !holdStandardInput(&job.scene, &error))
+        return fail(ExitStatus::InvalidInput, QStringLiteral("standard input: ") + error);
+    if (!diagnosing && !QFileInfo::exists(job.scene))
+        return fail(ExitStatus::InvalidInput, job.scene + QStringLiteral(": no such file"));
+    if (!diagnosing && !canWriteOutput(job.output, &error))
+        return fail(ExitStatus::CannotWrite, QStringLiteral("%1: %2").arg(job.output, error));
+    // A large file takes longer to read than the application and its context take to come up.
+    std::future<SourceText> source;
+    if (!diagnosing)
+        source = startReading(job.scene);
+
+    OffscreenContext::prepareApplication();
+    const QApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
+    return diagnosing ? diagnose(options) : renderScene(options, job, std::move(source));
 }
 
 /// The help text asks the application object for the program's name, and the one for drawing cannot be made
@@ -150,24 +188,16 @@ int main(int argc, char **argv)
         print(options.text);
         return int(ExitStatus::Done);
     }
-    if (options.quiet)
+    if (!options.verbose)
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
-
     endOnSignals("quorvel-render: interrupted");
-
-    if (isStandardInput(options.scene) && !holdStandardInput(&options.scene, &error))
-        return fail(ExitStatus::InvalidInput, QStringLiteral("standard input: ") + error);
-    // A large file takes longer to read than the application and its context take to come up.
-    std::future<SourceText> source;
-    if (options.request == RenderOptions::Request::Render) {
-        if (!QFileInfo::exists(options.scene))
-            return fail(ExitStatus::InvalidInput, options.scene + QStringLiteral(": no such file"));
-        source = startReading(options.scene);
-    }
-
-    OffscreenContext::prepareApplication();
-    const QApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
-    return options.request == RenderOptions::Request::Diagnose ? diagnose(options)
-                                                               : renderScene(options, std::move(source));
+    const auto run = [argc, argv, &options](const RenderJob &job) {
+        return runOnce(argc, argv, options, job);
+    };
+    if (options.outputFolder.isEmpty())
+        return run(options.jobs.value(0));
+    if (!QDir().mkpath(options.outputFolder))
+        return fail(ExitStatus::CannotWrite,
+                    options.outputFolder + QStringLiteral(": the folder cannot be made"));
+    return runEach(options.jobs, run);
 }

@@ -1,0 +1,124 @@
+#include "BlankPicture.h"
+#include "Rendering.h"
+
+#include <QtTest>
+
+#include <set>
+
+using namespace Quorvel;
+
+/// Pictures as plain data: when they show nothing, why, and how several become one.
+class TestBlankPicture : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void oneColor();
+    void reasons_data();
+    void reasons();
+    void samplesLieInEveryColumnAndRow_data();
+    void samplesLieInEveryColumnAndRow();
+    void meanIsRounded();
+};
+
+void TestBlankPicture::oneColor()
+{
+    QImage picture(3, 2, QImage::Format_RGB888);
+    picture.fill(qRgb(1, 2, 3));
+    QVERIFY(isOneColor(picture));
+    picture.setPixel(2, 1, qRgb(1, 2, 4));
+    QVERIFY(!isOneColor(picture));
+    // A single pixel has nothing to differ from.
+    QVERIFY(!isOneColor(picture.copy(0, 0, 1, 1)));
+}
+
+void TestBlankPicture::reasons_data()
+{
+    QTest::addColumn<QString>("facts");
+    QTest::addColumn<QString>("reason");
+    const QString seen = QStringLiteral("triangles inView visible covered backs ");
+    QTest::newRow("empty scene") << "black"
+                                 << "the scene has no triangles";
+    QTest::newRow("looking elsewhere") << "black triangles lights direct"
+                                       << "nothing is in the camera's view";
+    QTest::newRow("between the things in view") << "black triangles inView visible lights direct"
+                                                << "nothing is in the camera's view";
+    QTest::newRow("glass") << "black triangles inView lights direct"
+                           << "everything in view is fully transparent";
+    QTest::newRow("from inside") << "triangles inView visible backs lights direct"
+                                 << "the camera sees only the backs of surfaces, perhaps from inside of "
+                                    "something; --no-backface-culling draws them";
+    QTest::newRow("no light") << seen + "black"
+                              << "the scene has no light, and its materials reflect no ambient light";
+    QTest::newRow("black lights") << seen + "black lights"
+                                  << "all of the scene's lights that count are black";
+    QTest::newRow("ambient only") << seen + "black lights ambient"
+                                  << "the scene has only ambient light, and its materials reflect none of it";
+    QTest::newRow("turned away") << seen + "black lights direct"
+                                 << "no light reaches what is in view";
+    QTest::newRow("dark light map") << seen + "black lights direct map"
+                                    << "the light map is black there";
+    QTest::newRow("a wall") << seen + "lights direct"
+                            << "what is in view has the same colour everywhere";
+}
+
+void TestBlankPicture::reasons()
+{
+    QFETCH(QString, facts);
+    QFETCH(QString, reason);
+    const QStringList words = facts.split(' ', Qt::SkipEmptyParts);
+    BlankPicture blank;
+    blank.isBlack = words.contains("black");
+    blank.isLightMapped = words.contains("map");
+    blank.hasTriangles = words.contains("triangles");
+    blank.hasItemsInView = words.contains("inView");
+    blank.hasVisibleItems = words.contains("visible");
+    blank.isCovered = words.contains("covered");
+    blank.isCoveredByBacks = words.contains("backs");
+    blank.hasLights = words.contains("lights");
+    blank.hasAmbientLight = words.contains("ambient");
+    blank.hasDirectLight = words.contains("direct");
+    QCOMPARE(reasonForOneColor(blank), reason);
+}
+
+void TestBlankPicture::samplesLieInEveryColumnAndRow_data()
+{
+    QTest::addColumn<int>("count");
+    for (int count = 1; count <= 256; count *= 2)
+        QTest::addRow("%d", count) << count;
+}
+
+void TestBlankPicture::samplesLieInEveryColumnAndRow()
+{
+    QFETCH(int, count);
+    std::set<int> columns;
+    std::set<int> rows;
+    for (int i = 0; i < count; ++i) {
+        const QPointF place = samplePlace(i, count);
+        QCOMPARE(place.x() * count - 0.5, std::round(place.x() * count - 0.5));
+        QCOMPARE(place.y() * count - 0.5, std::round(place.y() * count - 0.5));
+        columns.insert(int(place.x() * count));
+        rows.insert(int(place.y() * count));
+    }
+    QCOMPARE(int(columns.size()), count);
+    QCOMPARE(int(rows.size()), count);
+    QVERIFY(*columns.begin() == 0 && *columns.rbegin() == count - 1);
+    QVERIFY(*rows.begin() == 0 && *rows.rbegin() == count - 1);
+}
+
+void TestBlankPicture::meanIsRounded()
+{
+    PictureMean mean;
+    QImage picture(5, 3, QImage::Format_RGB888);
+    for (int i = 0; i < 256; ++i) {
+        picture.fill(qRgb(255, i, i < 128 ? 7 : 8));
+        mean.add(picture);
+    }
+    // The mean of 0 to 255 is 127.5, that of as many sevens as eights 7.5.
+    QCOMPARE(mean.picture().size(), QSize(5, 3));
+    QCOMPARE(mean.picture().pixel(4, 2), qRgb(255, 128, 8));
+    QVERIFY(isOneColor(mean.picture()));
+}
+
+QTEST_GUILESS_MAIN(TestBlankPicture)
+#include "tst_blankpicture.moc"
