@@ -27,7 +27,6 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
-#include <QLayout>
 #include <QMouseEvent>
 #include <QStatusBar>
 #include <QUrl>
@@ -49,7 +48,6 @@ const QString forwardPainterName = QStringLiteral("Forward pipeline");
 constexpr int engineStartDelay = 500; // milliseconds
 constexpr int highQualityDelay = 500; // milliseconds
 constexpr int animationInterval = 16; // milliseconds
-constexpr int repaintDelay = 100;     // milliseconds
 constexpr std::array<int, StartScreen::thumbnailCount> thumbnailKeys = {Qt::Key_A, Qt::Key_S, Qt::Key_D,
                                                                         Qt::Key_F, Qt::Key_G};
 
@@ -62,6 +60,13 @@ bool isScene(const QString &filename)
 
 } // namespace
 
+void MainView::prepareApplication()
+{
+    // Beside the drawing surface, which has to have a native window, every widget would get one. The toolkit
+    // moves such windows with what was last painted in them, which on a busy machine may be of another place.
+    QCoreApplication::setAttribute(Qt::AA_DontCreateNativeWidgetSiblings);
+}
+
 MainView::MainView(QWidget *parent)
     : QMainWindow(parent)
     , m_sharedSession(this)
@@ -73,13 +78,14 @@ MainView::MainView(QWidget *parent)
     m_statusLine->show(QStringLiteral("Initializing engine..."));
     m_scene = m_firstScene.get();
 
+    // Its native window is there at once, and is made anew for the format: inside this window by then. A
+    // window manager may answer late what was asked of the first one, and would place the surface where it
+    // was asked to, over its neighbours.
     m_pipeline = new Pipeline;
-    m_pipeline->setFormat(
-        QGLFormat(QGL::DoubleBuffer | QGL::DepthBuffer | QGL::AlphaChannel | QGL::SampleBuffers));
-    // What the surface lies in stays without native windows; its neighbours get some. Each more that a swap
-    // moves is one more that may be painted where it was.
     m_pipeline->setAttribute(Qt::WA_DontCreateNativeAncestors);
     setCentralWidget(m_pipeline);
+    m_pipeline->setFormat(
+        QGLFormat(QGL::DoubleBuffer | QGL::DepthBuffer | QGL::AlphaChannel | QGL::SampleBuffers));
 
     ViewCommands::addActions(this, m_lowQualityInteraction);
     ViewCommands::addStatusButtons(this);
@@ -177,7 +183,6 @@ void MainView::showStartScreen()
     m_startScreen = new StartScreen(m_pipeline, this);
     connect(m_startScreen, &StartScreen::sceneChosen, this, qOverload<const QString &>(&MainView::openScene));
     setCentralWidget(m_startScreen);
-    layOutAndRepaint();
     setFocus();
     endGesture();
 }
@@ -189,21 +194,8 @@ void MainView::showViewport()
     // The start screen is deleted when control is back in the event loop; the surface has moved out by then.
     m_startScreen = nullptr;
     setCentralWidget(m_pipeline);
-    layOutAndRepaint();
     setFocus();
     endGesture();
-}
-
-void MainView::layOutAndRepaint()
-{
-    // So that no paint finds widgets without a place.
-    layout()->activate();
-    if (m_startScreen)
-        m_startScreen->layout()->activate();
-    // What was painted all the same while native windows were on their way: right after what is posted now,
-    // and once more where the machine is slow to follow. On a busy one neither these nor the layout do alone.
-    QTimer::singleShot(0, this, [this] { update(); });
-    QTimer::singleShot(repaintDelay, this, [this] { update(); });
 }
 
 // Scenes

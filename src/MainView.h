@@ -41,6 +41,9 @@ class MainView : public QMainWindow
     Q_OBJECT
 
 public:
+    /// To be called before there is an application object, by every program that makes a view.
+    static void prepareApplication();
+
     explicit MainView(QWidget *parent = nullptr);
     /// Waits for a load that is still running and deletes its scene.
     ~MainView() override;
@@ -114,9 +117,6 @@ private:
     void replaceScene(Scene *scene);
     /// Makes the drawing surface the central widget, and discards the start screen.
     void showViewport();
-    /// Ends a swap: what is painted before all widgets have their places, or before the screen has followed,
-    /// would stay where it was.
-    void layOutAndRepaint();
     void showBanner();
     /// Runs a dialog. The release of Escape that may have ended it is nobody's.
     int run(QDialog *dialog);

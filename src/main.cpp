@@ -124,6 +124,7 @@ int main(int argc, char *argv[])
     installDiagnostics();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    MainView::prepareApplication();
     nameApplication();
     QStringList arguments;
     for (int i = 0; i < argc; ++i)

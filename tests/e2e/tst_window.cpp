@@ -62,6 +62,7 @@ private slots:
     void slotsHaveTheirNamesAndOrder();
     void beforeTheEngineIsUp();
     void engineStarts();
+    void onlyTheSurfaceHasANativeWindow();
     void shadowsAreFlippedOn();
 
     void displayName_data();
@@ -144,6 +145,27 @@ void TestWindow::engineStarts()
 
     QVERIFY(window.open(room));
     QCOMPARE(initialized.count(), 1);
+}
+
+void TestWindow::onlyTheSurfaceHasANativeWindow()
+{
+    ViewerWindow window;
+    const auto others = [&window] {
+        QStringList names;
+        for (const QWidget *const widget : window.view.findChildren<QWidget *>()) {
+            if (widget != window.view.pipeline() && !widget->isWindow() && widget->internalWinId() != 0)
+                names.append(QString::fromLatin1(widget->metaObject()->className()));
+        }
+        return names;
+    };
+    QVERIFY(window.start());
+    QVERIFY(window.view.pipeline()->internalWinId() != 0);
+    QCOMPARE(others(), QStringList());
+    window.view.openScene(room);
+    QTRY_VERIFY(!window.startScreen());
+    QCOMPARE(others(), QStringList());
+    window.view.showStartScreen();
+    QCOMPARE(others(), QStringList());
 }
 
 void TestWindow::shadowsAreFlippedOn()

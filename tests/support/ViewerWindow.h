@@ -107,6 +107,7 @@ template <typename Test>
 int runOnVirtualScreen(int argc, char *argv[])
 {
     QApplication::setQuitOnLastWindowClosed(false);
+    MainView::prepareApplication();
     QCoreApplication::setOrganizationName(QStringLiteral("Quorvel Project"));
     QCoreApplication::setApplicationName(QStringLiteral("Quorvel"));
     return runOnVirtualScreenAs<Test, QApplication>(argc, argv);
