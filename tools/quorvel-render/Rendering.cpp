@@ -47,13 +47,44 @@ QVector<double> timeFrames(ForwardPainter *painter, PainterState state, int fram
     return times;
 }
 
-/// Lets what lies at `place` in each pixel be seen in its middle.
-void moveView(PainterState *state, const QPointF &place)
+/// Room for the picture to be moved by whole pixels.
+constexpr int Margin = 8;
+
+/// Moves the picture in the buffer to `corner`, and what lies at `place` in each of its pixels to their
+/// middles.
+void moveView(PainterState *state, const QSize &picture, const QPoint &corner, const QPointF &place)
 {
+    const QSizeF buffer = state->viewport().size();
+    const QPointF middle =
+        QPointF(picture.width(), picture.height()) / 2.0 + corner + QPointF(0.5, 0.5) - place;
     QMatrix4x4 move;
-    move.translate(float(2.0 * (0.5 - place.x()) / state->viewport().width()),
-                   float(2.0 * (0.5 - place.y()) / state->viewport().height()));
+    move.translate(float(2.0 * middle.x() / buffer.width() - 1.0),
+                   float(2.0 * middle.y() / buffer.height() - 1.0));
+    move.scale(float(picture.width() / buffer.width()), float(picture.height() / buffer.height()));
     state->setViewToClip(move * state->viewToClip());
+}
+
+/// The picture in what the buffer holds, whose top row comes first.
+QImage cutOut(const QImage &buffer, const QSize &picture, const QPoint &corner)
+{
+    return buffer.copy(corner.x(), buffer.height() - corner.y() - picture.height(), picture.width(),
+                       picture.height());
+}
+
+QImage drawSamples(ForwardPainter *painter, const PainterState &state, const RenderOptions &options,
+                   OffscreenContext *context)
+{
+    const QSize room = context->size() - options.size;
+    PictureMean mean;
+    for (int i = 0; i < options.samples; ++i) {
+        PainterState sample = state;
+        sample.setViewport(QRectF(QPointF(0.0, 0.0), QSizeF(context->size())));
+        const QPoint corner = sampleShift(i, room);
+        moveView(&sample, options.size, corner, samplePlace(i, options.samples));
+        painter->paint(sample);
+        mean.add(cutOut(context->grab(), options.size, corner));
+    }
+    return mean.picture();
 }
 
 /// Whether a plain frame in front of an unlikely background shows anything else.
@@ -64,7 +95,7 @@ bool coversBackground(ForwardPainter *painter, PainterState state, OffscreenCont
     state.setOutlines(false);
     state.setAmbientOcclusion(false);
     painter->paint(state);
-    const QImage picture = context->grab();
+    const QImage picture = cutOut(context->grab(), state.viewport().size().toSize(), QPoint(0, 0));
     return !isOneColor(picture) || picture.pixel(0, 0) != background.rgb();
 }
 
@@ -92,6 +123,11 @@ void orbit(Scene *scene, const QPointF &angles)
         camera->localTransform(), camera->worldTransform(), centre, float(angles.x())));
     camera->setLocalTransform(CameraMotion::orbitVertical(camera->localTransform(), camera->worldTransform(),
                                                           centre, float(angles.y())));
+}
+
+QPoint sampleShift(int i, const QSize &room)
+{
+    return {5 * i % (room.width() + 1), (2 * i + i / (room.width() + 1)) % (room.height() + 1)};
 }
 
 QPointF samplePlace(int i, int count)
@@ -132,6 +168,11 @@ QImage PictureMean::picture() const
     return mean;
 }
 
+QSize bufferSize(const RenderOptions &options)
+{
+    return options.samples > 1 ? options.size + QSize(Margin, Margin) : options.size;
+}
+
 RenderResult render(Scene *scene, const RenderOptions &options, OffscreenContext *context)
 {
     PainterState state = startState(scene, options);
@@ -143,14 +184,12 @@ RenderResult render(Scene *scene, const RenderOptions &options, OffscreenContext
     if (options.timeFrames)
         result.frameTimes = timeFrames(&painter, state, options.frames);
 
-    PictureMean mean;
-    for (int i = 0; i < options.samples; ++i) {
-        PainterState sample = state;
-        moveView(&sample, samplePlace(i, options.samples));
-        painter.paint(sample);
-        mean.add(context->grab());
+    if (options.samples > 1) {
+        result.picture = drawSamples(&painter, state, options, context);
+    } else {
+        painter.paint(state);
+        result.picture = context->grab();
     }
-    result.picture = mean.picture();
     if (isOneColor(result.picture)) {
         BlankPicture blank;
         blank.isBlack = (result.picture.pixel(0, 0) & 0xffffff) == 0;

@@ -21,6 +21,11 @@ void orbit(Scene *scene, const QPointF &angles);
 /// right and upwards. `count` is a power of two; a single sample lies in the middle.
 QPointF samplePlace(int i, int count);
 
+/// Where in a buffer with that much room around the picture the picture's lower left corner lies for the i-th
+/// sample. The dither of soft shadows and of ambient occlusion is fixed to the buffer's pixels: so it is
+/// another one in each sample, and evens out.
+QPoint sampleShift(int i, const QSize &room);
+
 /// The mean of pictures of one size, each channel rounded to the nearest whole number.
 class PictureMean
 {
@@ -45,7 +50,12 @@ struct RenderResult
     QString blankReason;
 };
 
-/// Draws the scene as the viewer's painter does. Needs `context` current.
+/// The best size for the context: where samples are wanted, a little more than the picture's. The picture's
+/// does, too; then dither does not even out.
+QSize bufferSize(const RenderOptions &options);
+
+/// Draws the scene as the viewer's painter does. Needs `context` current, with a buffer of bufferSize() or of
+/// the picture's size.
 RenderResult render(Scene *scene, const RenderOptions &options, OffscreenContext *context);
 
 /// The middle one; of an even number, the mean of the two in the middle. Not empty.

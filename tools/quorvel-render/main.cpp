@@ -21,6 +21,7 @@
 
 #include <cstdio>
 #include <future>
+#include <optional>
 #include <utility>
 
 using namespace Quorvel;
@@ -114,9 +115,11 @@ void remark(const RenderOptions &options, const RenderJob &job, const RenderResu
 
 int renderScene(const RenderOptions &options, const RenderJob &job, std::future<SourceText> source)
 {
-    OffscreenContext context(options.size, options.api);
-    if (!context.isValid())
-        return noContext(options, context);
+    std::optional<OffscreenContext> context(std::in_place, bufferSize(options), options.api);
+    if (context->isSizeRefused())
+        context.emplace(options.size, options.api);
+    if (!context->isValid())
+        return noContext(options, *context);
 
     Scene scene;
     {
@@ -134,7 +137,7 @@ int renderScene(const RenderOptions &options, const RenderJob &job, std::future<
     if (!options.orbit.isNull())
         orbit(&scene, options.orbit);
 
-    const RenderResult result = render(&scene, options, &context);
+    const RenderResult result = render(&scene, options, &*context);
     remark(options, job, result);
     QString error;
     if (!writePicture(result.picture, job.output, &error))

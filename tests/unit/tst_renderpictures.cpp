@@ -8,7 +8,7 @@
 using namespace Quorvel;
 
 /// Pictures as plain data: when they show nothing, why, and how several become one.
-class TestBlankPicture : public QObject
+class TestRenderPictures : public QObject
 {
     Q_OBJECT
 
@@ -18,10 +18,11 @@ private slots:
     void reasons();
     void samplesLieInEveryColumnAndRow_data();
     void samplesLieInEveryColumnAndRow();
+    void eachSampleHasAPlaceOfItsOwnInTheBuffer();
     void meanIsRounded();
 };
 
-void TestBlankPicture::oneColor()
+void TestRenderPictures::oneColor()
 {
     QImage picture(3, 2, QImage::Format_RGB888);
     picture.fill(qRgb(1, 2, 3));
@@ -32,7 +33,7 @@ void TestBlankPicture::oneColor()
     QVERIFY(!isOneColor(picture.copy(0, 0, 1, 1)));
 }
 
-void TestBlankPicture::reasons_data()
+void TestRenderPictures::reasons_data()
 {
     QTest::addColumn<QString>("facts");
     QTest::addColumn<QString>("reason");
@@ -62,7 +63,7 @@ void TestBlankPicture::reasons_data()
                             << "what is in view has the same colour everywhere";
 }
 
-void TestBlankPicture::reasons()
+void TestRenderPictures::reasons()
 {
     QFETCH(QString, facts);
     QFETCH(QString, reason);
@@ -81,14 +82,14 @@ void TestBlankPicture::reasons()
     QCOMPARE(reasonForOneColor(blank), reason);
 }
 
-void TestBlankPicture::samplesLieInEveryColumnAndRow_data()
+void TestRenderPictures::samplesLieInEveryColumnAndRow_data()
 {
     QTest::addColumn<int>("count");
     for (int count = 1; count <= 256; count *= 2)
         QTest::addRow("%d", count) << count;
 }
 
-void TestBlankPicture::samplesLieInEveryColumnAndRow()
+void TestRenderPictures::samplesLieInEveryColumnAndRow()
 {
     QFETCH(int, count);
     std::set<int> columns;
@@ -106,7 +107,19 @@ void TestBlankPicture::samplesLieInEveryColumnAndRow()
     QVERIFY(*rows.begin() == 0 && *rows.rbegin() == count - 1);
 }
 
-void TestBlankPicture::meanIsRounded()
+void TestRenderPictures::eachSampleHasAPlaceOfItsOwnInTheBuffer()
+{
+    std::set<std::pair<int, int>> corners;
+    for (int i = 0; i < 64; ++i) {
+        const QPoint corner = sampleShift(i, QSize(8, 8));
+        QVERIFY(QRect(0, 0, 9, 9).contains(corner));
+        corners.insert({corner.x(), corner.y()});
+        QCOMPARE(sampleShift(i, QSize(0, 0)), QPoint(0, 0));
+    }
+    QCOMPARE(int(corners.size()), 64);
+}
+
+void TestRenderPictures::meanIsRounded()
 {
     PictureMean mean;
     QImage picture(5, 3, QImage::Format_RGB888);
@@ -120,5 +133,5 @@ void TestBlankPicture::meanIsRounded()
     QVERIFY(isOneColor(mean.picture()));
 }
 
-QTEST_GUILESS_MAIN(TestBlankPicture)
-#include "tst_blankpicture.moc"
+QTEST_GUILESS_MAIN(TestRenderPictures)
+#include "tst_renderpictures.moc"
