@@ -467,6 +467,7 @@ void TestRender::signalLeavesNothingBehind()
     QVERIFY2(!result.crashed, qPrintable(result.err));
     QCOMPARE(result.status, 128 + signal);
     QVERIFY2(result.err.contains("quorvel-render: interrupted"), qPrintable(result.err));
+    QVERIFY(!m_home->isWorkedIn());
     QCOMPARE(m_home->files(), QStringList("square.dae"));
 }
 

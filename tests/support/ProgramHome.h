@@ -2,11 +2,13 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QMap>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <csignal>
 
 namespace Quorvel::Test
@@ -68,6 +70,16 @@ public:
         const QByteArray bytes = process.readAllStandardOutput();
         return {process.exitCode(), process.exitStatus() == QProcess::CrashExit,
                 QString::fromLocal8Bit(bytes), QString::fromLocal8Bit(process.readAllStandardError()), bytes};
+    }
+
+    /// Whether any process still works here: one that a program has started and left behind.
+    bool isWorkedIn() const
+    {
+        const QString here = QFileInfo(m_folder.path()).canonicalFilePath();
+        const QStringList processes = QDir(QStringLiteral("/proc")).entryList({QStringLiteral("[1-9]*")});
+        return std::any_of(processes.cbegin(), processes.cend(), [&here](const QString &process) {
+            return QFile::symLinkTarget(QStringLiteral("/proc/%1/cwd").arg(process)) == here;
+        });
     }
 
     /// Starts a program, waits until it says `ready` on stderr, and sends it a signal.
