@@ -125,6 +125,14 @@ bool canWriteOutput(const QString &path, QString *error)
     return open;
 }
 
+bool flushStandardOutput(QString *error)
+{
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout))
+        return true;
+    *error = systemError();
+    return false;
+}
+
 bool isStandardOutput(const QString &path)
 {
     return namedDescriptor(followed(path)) == STDOUT_FILENO;

@@ -17,6 +17,9 @@ bool writeOutput(const QString &path, const QByteArray &bytes, QString *error);
 /// Whether writeOutput() can be expected to succeed, as far as that shows without writing.
 bool canWriteOutput(const QString &path, QString *error);
 
+/// Writes what was printed and still waits. False, with the reason in `error`, where any of it was lost.
+bool flushStandardOutput(QString *error);
+
 /// Whether the path names the standard output, so that nothing else may be printed there.
 bool isStandardOutput(const QString &path);
 

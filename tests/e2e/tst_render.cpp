@@ -38,6 +38,7 @@ private slots:
     void withoutGlExitsWithFive();
     void sceneWithoutCameraAbortsAndExplains();
     void helpAndVersionAreText();
+    void lostFiguresAreAnError();
     void saysHowItReadsOnlyWhenAsked();
     void lightMapIsSaidAndCanBeLeftOut();
     void pictureIsNoLightMap();
@@ -378,6 +379,18 @@ void TestRender::samplesAreTheMeanOfTheirPlaces()
              qPrintable(QString::number(picture.pixel(edge), 16)));
     QCOMPARE(run({"--size", "100x100", "--samples", "16", "square.dae", "again.png"}).status, 0);
     QCOMPARE(contents(path("again.png")), contents(path("smooth.png")));
+}
+
+void TestRender::lostFiguresAreAnError()
+{
+    QProcess process;
+    m_home->prepare(&process);
+    process.setStandardOutputFile(QStringLiteral("/dev/full"));
+    process.start(QStringLiteral(QUORVEL_RENDER), {"--version"});
+    QVERIFY(process.waitForFinished(30000));
+    QCOMPARE(process.exitCode(), 4);
+    QCOMPARE(process.readAllStandardError(),
+             QByteArray("quorvel-render: standard output: No space left on device\n"));
 }
 
 void TestRender::helpAndVersionAreText()

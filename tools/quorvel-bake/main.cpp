@@ -226,12 +226,15 @@ int main(int argc, char **argv)
     QString error;
     if (!parseBakeOptions(QCoreApplication::arguments().mid(1), &options, &error))
         return fail(ExitStatus::Usage, error + QStringLiteral(" (see quorvel-bake --help)"));
-    if (options.request == BakeOptions::Request::Text) {
-        fputs(qPrintable(options.text), stdout);
-        return int(ExitStatus::Done);
-    }
     if (!options.verbose)
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     endOnSignals("quorvel-bake: interrupted; nothing was written");
-    return bakeScene(options);
+    int status = int(ExitStatus::Done);
+    if (options.request == BakeOptions::Request::Text)
+        fputs(qPrintable(options.text), stdout);
+    else
+        status = bakeScene(options);
+    if (status == int(ExitStatus::Done) && !flushStandardOutput(&error))
+        return fail(ExitStatus::CannotWrite, QStringLiteral("standard output: ") + error);
+    return status;
 }

@@ -170,6 +170,28 @@ int runOnce(int argc, char **argv, const RenderOptions &options, RenderJob job)
     return diagnosing ? diagnose(options) : renderScene(options, job, std::move(source));
 }
 
+int run(int argc, char **argv, const RenderOptions &options)
+{
+    const auto runJob = [argc, argv, &options](const RenderJob &job) {
+        return runOnce(argc, argv, options, job);
+    };
+    switch (options.request) {
+    case RenderOptions::Request::Text:
+        print(options.text);
+        return int(ExitStatus::Done);
+    case RenderOptions::Request::Diagnose:
+        return runJob(RenderJob());
+    case RenderOptions::Request::Render:
+        break;
+    }
+    if (options.outputFolder.isEmpty())
+        return runJob(options.jobs.constFirst());
+    if (!QDir().mkpath(options.outputFolder))
+        return fail(ExitStatus::CannotWrite,
+                    options.outputFolder + QStringLiteral(": the folder cannot be made"));
+    return runEach(options.jobs, runJob);
+}
+
 /// The help text asks the application object for the program's name, and the one for drawing cannot be made
 /// yet.
 bool parseArguments(int argc, char **argv, RenderOptions *options, QString *error)
@@ -187,20 +209,11 @@ int main(int argc, char **argv)
     QString error;
     if (!parseArguments(argc, argv, &options, &error))
         return fail(ExitStatus::Usage, error + QStringLiteral(" (see quorvel-render --help)"));
-    if (options.request == RenderOptions::Request::Text) {
-        print(options.text);
-        return int(ExitStatus::Done);
-    }
     if (!options.verbose)
         QLoggingCategory::setFilterRules(QStringLiteral("*.debug=false"));
     endOnSignals("quorvel-render: interrupted");
-    const auto run = [argc, argv, &options](const RenderJob &job) {
-        return runOnce(argc, argv, options, job);
-    };
-    if (options.outputFolder.isEmpty())
-        return run(options.jobs.value(0));
-    if (!QDir().mkpath(options.outputFolder))
-        return fail(ExitStatus::CannotWrite,
-                    options.outputFolder + QStringLiteral(": the folder cannot be made"));
-    return runEach(options.jobs, run);
+    const int status = run(argc, argv, options);
+    if (status == int(ExitStatus::Done) && !flushStandardOutput(&error))
+        return fail(ExitStatus::CannotWrite, QStringLiteral("standard output: ") + error);
+    return status;
 }
