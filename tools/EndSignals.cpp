@@ -75,9 +75,10 @@ void passEndSignalsTo(pid_t child)
 void registerUnfinishedFile(const char *path)
 {
     for (UnfinishedPath &file : unfinishedPaths) {
-        if (file.used || std::strlen(path) >= sizeof file.path)
+        const size_t size = std::strlen(path) + 1;
+        if (file.used || size > sizeof file.path)
             continue;
-        std::strcpy(file.path, path);
+        std::memcpy(file.path, path, size);
         file.used = true;
         return;
     }

@@ -1,11 +1,16 @@
 #include "BlankPicture.h"
+#include "Light.h"
+#include "Material.h"
+#include "PainterState.h"
 #include "Rendering.h"
+#include "SceneSketch.h"
 
 #include <QtTest>
 
 #include <set>
 
 using namespace Quorvel;
+using namespace Quorvel::Test;
 
 /// Pictures as plain data: when they show nothing, why, and how several become one.
 class TestRenderPictures : public QObject
@@ -16,6 +21,7 @@ private slots:
     void oneColor();
     void reasons_data();
     void reasons();
+    void sceneIsDescribed();
     void samplesLieInEveryColumnAndRow_data();
     void samplesLieInEveryColumnAndRow();
     void eachSampleHasAPlaceOfItsOwnInTheBuffer();
@@ -80,6 +86,39 @@ void TestRenderPictures::reasons()
     blank.hasAmbientLight = words.contains("ambient");
     blank.hasDirectLight = words.contains("direct");
     QCOMPARE(reasonForOneColor(blank), reason);
+}
+
+void TestRenderPictures::sceneIsDescribed()
+{
+    const auto describe = [](SceneSketch *sketch) {
+        PainterState state(&sketch->scene());
+        state.update();
+        BlankPicture blank;
+        describeScene(state, &blank);
+        return blank;
+    };
+    SceneSketch empty;
+    BlankPicture blank = describe(&empty);
+    QVERIFY(!blank.hasTriangles && !blank.hasItemsInView && !blank.hasVisibleItems && !blank.hasLights);
+
+    SceneSketch room;
+    Material *glass = room.material("glass");
+    glass->setTransparency(1.0f);
+    room.camera(translation(0.0f, 0.0f, 5.0f));
+    room.quadNode({{-1, -1, 0}, {2, 0, 0}, {0, 2, 0}}, glass);
+    room.light(Light::AmbientLight, Qt::black);
+    for (int i = 0; i < 3; ++i)
+        room.light(Light::PointLight, Qt::black);
+    // Only the first three count.
+    room.light(Light::PointLight, Qt::white);
+    blank = describe(&room);
+    QVERIFY(blank.hasTriangles && blank.hasItemsInView && !blank.hasVisibleItems);
+    QVERIFY(blank.hasLights && !blank.hasAmbientLight && !blank.hasDirectLight);
+    glass->setTransparency(0.5f);
+    room.scene().lights().at(0)->setColor(Qt::blue);
+    room.scene().lights().at(3)->setColor(Qt::red);
+    blank = describe(&room);
+    QVERIFY(blank.hasVisibleItems && blank.hasAmbientLight && blank.hasDirectLight);
 }
 
 void TestRenderPictures::samplesLieInEveryColumnAndRow_data()

@@ -149,7 +149,7 @@ void PictureMean::add(const QImage &picture)
     m_sums.resize(rowValues * m_size.height());
     for (int y = 0; y < m_size.height(); ++y) {
         const uchar *const row = picture.constScanLine(y);
-        quint16 *const sums = m_sums.data() + y * rowValues;
+        quint16 *const sums = m_sums.data() + ptrdiff_t(y) * rowValues;
         std::transform(sums, sums + rowValues, row, sums,
                        [](quint16 sum, uchar value) { return quint16(sum + value); });
     }
@@ -161,7 +161,7 @@ QImage PictureMean::picture() const
     QImage mean(m_size, QImage::Format_RGB888);
     const int rowValues = 3 * m_size.width();
     for (int y = 0; y < m_size.height(); ++y) {
-        const quint16 *const sums = m_sums.constData() + y * rowValues;
+        const quint16 *const sums = m_sums.constData() + ptrdiff_t(y) * rowValues;
         std::transform(sums, sums + rowValues, mean.scanLine(y),
                        [this](quint16 sum) { return uchar((sum + m_count / 2) / m_count); });
     }
