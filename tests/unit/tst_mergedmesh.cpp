@@ -1,4 +1,5 @@
 #include "EdgeMesh.h"
+#include "Emulation.h"
 #include "FatalCase.h"
 #include "Geometry.h"
 #include "MergedMesh.h"
@@ -281,7 +282,7 @@ void TestMergedMesh::gridsOfEqualSumsTakeLinearTime()
     };
     milliseconds(8000);
     const qint64 time = milliseconds(80000);
-    QVERIFY2(time < 5000, qPrintable(QString::number(time)));
+    QVERIFY2(time < 5000 * Test::patience, qPrintable(QString::number(time)));
 }
 
 /// Corners that are not numbers equal nothing, and share one key and cell: a search through all of them would
@@ -300,7 +301,7 @@ void TestMergedMesh::cornersMadeToCollideTakeLinearTime()
     timer.start();
     const MergedMesh mesh = merged(geometry);
     QCOMPARE(mesh.positions().size(), corners);
-    QVERIFY2(timer.elapsed() < 20'000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY2(timer.elapsed() < 20'000 * Test::patience, qPrintable(QString::number(timer.elapsed())));
 }
 
 void TestMergedMesh::indexOutOfRangeIsFatal_data()
