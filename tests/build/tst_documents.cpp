@@ -239,6 +239,7 @@ class TestDocuments : public QObject
 private slots:
     void commandsExist_data();
     void commandsExist();
+    void readmeNamesThePackages();
     void faultsAreFound_data();
     void faultsAreFound();
 };
@@ -272,6 +273,20 @@ void TestDocuments::commandsExist()
         }
     }
     QVERIFY2(faults.isEmpty(), qPrintable(faults.join(QLatin1Char('\n'))));
+}
+
+void TestDocuments::readmeNamesThePackages()
+{
+    const QString scripts = read(source.filePath(QStringLiteral("scripts/common.sh")));
+    const QString readme = read(source.filePath(QStringLiteral("README.md")));
+    static const QRegularExpression lists(QStringLiteral("\n(?:build|companion)_packages=\\(([^)]*)\\)"));
+    QRegularExpressionMatchIterator matches = lists.globalMatch(scripts);
+    QStringList packages;
+    while (matches.hasNext())
+        packages += words(matches.next().captured(1));
+    QVERIFY(packages.size() > 10);
+    for (const QString &package : qAsConst(packages))
+        QVERIFY2(readme.contains(package), qPrintable(package));
 }
 
 void TestDocuments::faultsAreFound_data()
