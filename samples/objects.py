@@ -18,11 +18,13 @@ from kit import solids
 from kit.sample import Sample
 
 TABLE_RADIUS, TABLE_TOP = 0.78, 0.46
-ROOM_RADIUS, ROOM_HEIGHT = 1.62, 1.95
-REEDS = 48
+# The room reaches further towards the first view than behind the table: so even at 12:5 that view passes
+# inside of the flanks of the near reeds.
+ROOM_CENTRE, ROOM_RADIUS, ROOM_HEIGHT = (0.0, -0.38), 2.0, 1.95
+REEDS = 60
 
-# The colours of the room, clockwise seen from above, in equal steps from behind the first view's back. The
-# reeds run evenly from each to the next.
+# The colours of the room, clockwise as the table sees it, in equal steps from behind the first view's back.
+# The reeds run evenly from each to the next.
 ROOM_COLOURS = [(0.80, 0.70, 0.56), (0.82, 0.52, 0.38), (0.78, 0.38, 0.27), (0.84, 0.64, 0.48),
                 (0.80, 0.76, 0.66), (0.45, 0.62, 0.60), (0.20, 0.42, 0.47), (0.45, 0.58, 0.55)]
 
@@ -246,15 +248,18 @@ def room(sample):
     """A floor and a wall of upright half-round reeds, both seen from inside only, so that the room is open
     from wherever the camera stands."""
     sample.material("floor", (0.62, 0.57, 0.50))
-    solids.lathe("floor", [(ROOM_RADIUS + 0.08, 0.0), (ROOM_RADIUS * 0.75, 0.0), (0.5, 0.0)], "floor", 64)
+    solids.lathe("floor", [(ROOM_RADIUS + 0.08, 0.0), (ROOM_RADIUS * 0.75, 0.0), (0.3, 0.0)], "floor", 64,
+                 (*ROOM_CENTRE, 0.0))
     steps, depth = 6, 0.045
     for k in range(REEDS):
-        place = k * len(ROOM_COLOURS) / REEDS
-        low, t = int(place), place % 1.0
+        middle = -math.pi / 2 - math.tau * k / REEDS
+        x, y = (c + ROOM_RADIUS * f(middle) for c, f in zip(ROOM_CENTRE, (math.cos, math.sin)))
+        place = (-0.25 - math.atan2(y, x) / math.tau) % 1.0 * len(ROOM_COLOURS)
+        low, t = int(place) % len(ROOM_COLOURS), place % 1.0
         high = (low + 1) % len(ROOM_COLOURS)
         colour = [a + (b - a) * t for a, b in zip(ROOM_COLOURS[low], ROOM_COLOURS[high])]
         material = sample.material("reed-%02d" % k, tuple(round(c, 3) for c in colour), (0.02, 0.02, 0.02))
-        start = -math.pi / 2 - math.tau * (k + 0.5) / REEDS
+        start = middle - math.tau * 0.5 / REEDS
         points, faces = [], []
         for i in range(steps + 1):
             u = i / steps
@@ -262,7 +267,8 @@ def room(sample):
             r = ROOM_RADIUS + 0.02 - depth * math.sqrt(1.0 - (2.0 * u - 1.0) ** 2 * 0.98)
             points += [(r * math.cos(a), r * math.sin(a), z) for z in (-0.005, ROOM_HEIGHT)]
         faces = [(2 * i, 2 * i + 1, 2 * i + 3, 2 * i + 2) for i in range(steps)]
-        solids.smooth(solids.mesh_object("reed-%02d" % k, points, faces, material), 180.0)
+        reed = solids.mesh_object("reed-%02d" % k, points, faces, material, (*ROOM_CENTRE, 0.0))
+        solids.smooth(reed, 180.0)
 
 
 def still_life(sample):
