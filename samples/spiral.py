@@ -70,7 +70,7 @@ def add_rail():
 
 
 def add_well():
-    top = BASE + STEPS * RISE + 0.9
+    top = BASE + STEPS * RISE + 1.3  # so high that the corners of a 12:5 view do not pass above it
     # Travelling downwards turns the lathe's outside inwards.
     solids.lathe("wall", [(WALL_RADIUS, top - i * (top / 8)) for i in range(9)], "plaster", 72, crease=60.0)
     solids.lathe("cornice", solids.rounded([(WALL_RADIUS + 0.02, top + 0.10), (WALL_RADIUS - 0.20, top + 0.10),
@@ -88,7 +88,7 @@ def add_floor():
         if material:
             profile = [(outer, 0.0), (inner, 0.0)]
             solids.lathe("floor-ring-%d" % (i + 1), profile, material, 72)
-    add_rose(0.70, 2.05, 16)
+    add_rose(0.69, 2.06, 16)
     bowl = solids.rounded([(0.0, 0.0), (0.22, 0.0), (0.20, 0.10), (0.46, 0.30), (0.50, 0.33), (0.46, 0.335),
                            (0.20, 0.16), (0.0, 0.14)], 0.05)
     solids.lathe("bowl", bowl, "stone-light", 48, (0.0, 0.0, 0.0))
@@ -96,12 +96,13 @@ def add_floor():
 
 
 def add_rose(inner, outer, points):
+    """Its rims lie just under the brass rings, so that no gap is left where their corners do not meet."""
     for parity, material in enumerate(("stone-dark", "stone-light")):
         vertices, faces = [], []
         for i in range(points):
             def at(radius, turn):
                 angle = math.tau * turn / points
-                return (radius * math.cos(angle), radius * math.sin(angle), 0.0)
+                return (radius * math.cos(angle), radius * math.sin(angle), -0.001)
             if parity == 0:
                 corners = [at(inner, i - 0.5), at(outer, i), at(inner, i + 0.5)]
             else:
