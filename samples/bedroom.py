@@ -3,7 +3,8 @@
 blender -b --factory-startup -noaudio --python-exit-code 1 -P samples/bedroom.py -- OUT.dae
 
 Right is +x, the wall of the bed and the window is at +y. The walls, the ceiling and the floor face inwards
-only, so that the room is open from outside, wherever one stands.
+only, so that the room is open from outside, wherever one stands. On the left a wall runs outwards from the
+back, like the wing of a stage: it closes the first view in windows up to 12:5.
 """
 
 import math
@@ -18,7 +19,11 @@ import bedroom_textiles as textiles
 from kit import solids
 from kit.sample import Sample
 
-LEFT, RIGHT, FRONT, BACK, HEIGHT = -2.8, 2.3, -2.75, 2.0, 2.62
+LEFT, RIGHT, FRONT, BACK, HEIGHT = -4.1, 2.3, -3.4, 2.0, 2.62
+BACK_LEFT, BEND = -2.8, -1.8  # where the slanting wall leaves the back, and where it meets the left one
+# The room's corners, counter-clockwise from above; a side is named after the corner it starts at.
+OUTLINE = [(LEFT, FRONT), (RIGHT, FRONT), (RIGHT, BACK), (BACK_LEFT, BACK), (LEFT, BEND)]
+FRONT_SIDE, RIGHT_SIDE, BACK_SIDE, SLANT, LEFT_SIDE = range(5)
 WINDOW = (-1.78, -0.74, 0.86, 2.12)  # left, right, sill, head
 REVEAL = 0.16
 
@@ -72,15 +77,15 @@ def declare_materials(sample):
 def build_floor():
     """Staggered boards of four tones, with the dark of their joints just above them."""
     boards, joints = [[] for _ in range(4)], []
-    width, joint = (RIGHT - LEFT) / 24, 0.0016
-    for row in range(24):
-        x0, x1 = LEFT + row * width, LEFT + (row + 1) * width
-        ends = [FRONT, FRONT + 0.55 + 0.83 * ((row * 5) % 7) / 7, BACK - 0.45 - 0.9 * ((row * 3) % 5) / 5,
-                BACK]
+    width, joint = (RIGHT - BACK_LEFT) / 24, 0.0016
+    first = math.floor((LEFT - BACK_LEFT) / width)
+    for row in range(first, 24):
+        x0, x1 = BACK_LEFT + row * width, BACK_LEFT + (row + 1) * width
+        ends = [FRONT, -2.20 + 0.83 * ((row * 5) % 7) / 7, BACK - 0.45 - 0.9 * ((row * 3) % 5) / 5, BACK]
         for part, (y0, y1) in enumerate(zip(ends, ends[1:])):
             boards[(row * 7 + part * 5 + row // 3) % 4].append((x0, x1, y0, y1))
         joints += [(x0 + joint, x1 - joint, y - joint, y + joint) for y in ends[1:-1]]
-        if row:
+        if row > first:
             joints.append((x0 - joint, x0 + joint, FRONT, BACK))
     for tone, rectangles in enumerate(boards):
         lay("floor-%d" % tone, rectangles, 0.0, "plank-%d" % tone)
@@ -88,21 +93,60 @@ def build_floor():
 
 
 def lay(name, rectangles, z, material):
-    vertices = [(x, y, z) for x0, x1, y0, y1 in rectangles for x,
-                y in ((x0, y0), (x1, y0), (x1, y1), (x0, y1))]
-    solids.mesh_object(name, vertices, [tuple(range(4 * n, 4 * n + 4)) for n in range(len(rectangles))],
-                       material)
+    """The parts of upward rectangles that lie in the room."""
+    vertices, faces = [], []
+    for x0, x1, y0, y1 in rectangles:
+        part = [(x0, y0), (x1, y0), (x1, y1), (x0, y1)]
+        for start, end in (OUTLINE[SLANT:], (OUTLINE[LEFT_SIDE], OUTLINE[FRONT_SIDE])):
+            part = left_part(part, start, end)
+        if part:
+            faces.append(tuple(range(len(vertices), len(vertices) + len(part))))
+            vertices += [(x, y, z) for x, y in part]
+    solids.mesh_object(name, vertices, faces, material)
 
 
-def wall(name, start, end, material, z0, z1):
-    """An upright rectangle from `start` to `end` (x, y), seen from its left."""
-    vertices = [(*start, z0), (*end, z0), (*end, z1), (*start, z1)]
-    return solids.mesh_object(name, vertices, [(3, 2, 1, 0)], material)
+def left_part(polygon, start, end):
+    """What of a convex polygon lies to the left of the line from `start` to `end`."""
+    def beside(point):
+        return (end[0] - start[0]) * (point[1] - start[1]) - (end[1] - start[1]) * (point[0] - start[0])
+
+    result = []
+    for a, b in zip(polygon, polygon[1:] + polygon[:1]):
+        if beside(a) >= 0.0:
+            result.append(a)
+        if beside(a) * beside(b) < 0.0:
+            t = beside(a) / (beside(a) - beside(b))
+            result.append((a[0] + t * (b[0] - a[0]), a[1] + t * (b[1] - a[1])))
+    return result if len(result) > 2 else []
+
+
+def inset(depth):
+    """The room's corners, moved inwards so that every side moves by `depth`."""
+    def inward(a, b):
+        length = math.dist(a, b)
+        return (a[1] - b[1]) / length, (b[0] - a[0]) / length
+
+    result = []
+    for before, corner, after in zip(OUTLINE[-1:] + OUTLINE, OUTLINE, OUTLINE[1:] + OUTLINE[:1]):
+        (ax, ay), (bx, by) = inward(before, corner), inward(corner, after)
+        k = depth / (1.0 + ax * bx + ay * by)
+        result.append((corner[0] + k * (ax + bx), corner[1] + k * (ay + by)))
+    return result
+
+
+def wall(name, start, end, material):
+    """An upright wall from `start` to `end` (x, y), seen from its left. Where it meets the back wall it has the
+    same points: nothing shines through between them."""
+    def levels(corner):
+        return (0.0, *WINDOW[2:], HEIGHT) if corner[1] == BACK else (0.0, HEIGHT)
+
+    vertices = [(*start, z) for z in levels(start)] + [(*end, z) for z in reversed(levels(end))]
+    return solids.mesh_object(name, vertices, [tuple(range(len(vertices)))], material)
 
 
 def build_walls():
     left, right, sill, head = WINDOW
-    xs, zs = (LEFT, left, right, RIGHT), (0.0, sill, head, HEIGHT)
+    xs, zs = (BACK_LEFT, left, right, RIGHT), (0.0, sill, head, HEIGHT)
     vertices = [(x, BACK, z) for z in zs for x in xs]
     faces = [(4 * j + i, 4 * j + i + 1, 4 * j + i + 5, 4 * j + i + 4)
              for j in range(3) for i in range(3) if (i, j) != (1, 1)]
@@ -111,33 +155,31 @@ def build_walls():
     ring = (5, 6, 10, 9)
     faces += [(ring[i], ring[(i + 1) % 4], n + (i + 1) % 4, n + i) for i in range(4)]
     solids.mesh_object("wall-back", vertices, faces, "plaster")
-    wall("wall-right", (RIGHT, FRONT), (RIGHT, BACK), "plaster", 0.0, HEIGHT)
-    wall("wall-front", (LEFT, FRONT), (RIGHT, FRONT), "plaster", 0.0, HEIGHT)
-    wall("wall-left", (LEFT, BACK), (LEFT, FRONT), "plaster", 0.0, HEIGHT)
-    solids.plane("ceiling", (RIGHT - LEFT - 0.156, BACK - FRONT - 0.156), "ceiling",
-                 (0.5 * (LEFT + RIGHT), 0.5 * (FRONT + BACK), HEIGHT), (180, 0, 0))
+    for name, side in (("right", RIGHT_SIDE), ("front", FRONT_SIDE), ("slant", SLANT), ("left", LEFT_SIDE)):
+        wall("wall-" + name, OUTLINE[side], OUTLINE[(side + 1) % len(OUTLINE)], "plaster")
+    solids.mesh_object("ceiling", [(x, y, HEIGHT) for x, y in reversed(inset(0.078))],
+                       [tuple(range(len(OUTLINE)))], "ceiling")
 
 
 def build_mouldings():
-    """Skirting board and cornice are profiles with mitred corners. The walls towards the first view have no
-    skirting board: its upper edge would be all that is seen of them."""
-    run_around("skirting", (1, 2), [(0.0, 0.0), (0.018, 0.0), (0.018, 0.10), (0.012, 0.116), (0.004, 0.12),
-                                    (0.0, 0.12)])
+    """Skirting board and cornice are profiles with mitred corners. The wall towards the first view has no
+    skirting board: its upper edge would be all that is seen of it."""
+    run_around("skirting", (RIGHT_SIDE, BACK_SIDE, SLANT, LEFT_SIDE),
+               [(0.0, 0.0), (0.018, 0.0), (0.018, 0.10), (0.012, 0.116), (0.004, 0.12), (0.0, 0.12)])
     top = HEIGHT
-    run_around("cornice", range(4), [(0.0, top - 0.10), (0.012, top - 0.10), (0.016, top - 0.085),
-                                     (0.03, top - 0.05), (0.06, top - 0.022), (0.075, top - 0.016),
-                                     (0.08, top)])
+    run_around("cornice", range(len(OUTLINE)),
+               [(0.0, top - 0.10), (0.012, top - 0.10), (0.016, top - 0.085), (0.03, top - 0.05),
+                (0.06, top - 0.022), (0.075, top - 0.016), (0.08, top)])
 
 
 def run_around(name, sides, profile):
-    """`sides` are front (0), right (1), back (2), and left (3); the profile's points are depth and height."""
-    vertices, faces = [], []
-    corners = ((LEFT, FRONT, 1, 1), (RIGHT, FRONT, -1, 1), (RIGHT, BACK, -1, -1), (LEFT, BACK, 1, -1))
-    for x, y, sx, sy in corners:
-        vertices += [(x + sx * depth, y + sy * depth, z) for depth, z in profile]
-    count = len(profile)
+    """The profile's points are depth and height."""
+    vertices, faces, count = [], [], len(profile)
+    rails = [inset(depth) for depth, _ in profile]
+    for corner in range(len(OUTLINE)):
+        vertices += [(*rail[corner], z) for rail, (_, z) in zip(rails, profile)]
     for side in sides:
-        a, b = side * count, (side + 1) % 4 * count
+        a, b = side * count, (side + 1) % len(OUTLINE) * count
         faces += [(b + i, a + i, a + i + 1, b + i + 1) for i in range(count - 1)]
     solids.mesh_object(name, vertices, faces, "paint")
 
