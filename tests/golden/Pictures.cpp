@@ -110,11 +110,13 @@ void setLook(PainterState *state, const QString &look)
     state->setLowQuality(look == QLatin1String("low-quality"));
 }
 
-QImage drawPicture(Scene *scene, const QString &look, OffscreenContext *context)
+QImage drawPicture(Scene *scene, const QString &look, OffscreenContext *context, const QColor &background)
 {
+    const QSize size = context->size();
     PainterState state(scene);
-    state.setViewport(QRectF(QPointF(), QSizeF(pictureSize)));
-    state.setAspect(float(pictureSize.width()) / float(pictureSize.height()));
+    state.setViewport(QRectF(QPointF(), QSizeF(size)));
+    state.setAspect(float(size.width()) / float(size.height()));
+    state.setBackgroundColor(background);
     setLook(&state, look);
     state.update();
     forgetPrograms();

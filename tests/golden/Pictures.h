@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QImage>
 #include <QSize>
 #include <QString>
@@ -41,9 +42,10 @@ QString compareWithBaseline(const QString &name, const QImage &actual);
 /// "none" (no effect), "shadows", "occlusion", "outlines", "occlusion-outlines" or "low-quality".
 void setLook(PainterState *state, const QString &look);
 
-/// Draws a scene with a new painter, in pictureSize, and reads the picture back. Needs `context` current. The
-/// same scene and look give the same pixels whatever was drawn before.
-QImage drawPicture(Scene *scene, const QString &look, OffscreenContext *context);
+/// Draws a scene with a new painter over the whole of `context` and reads the picture back. Needs `context`
+/// current. The same scene and look give the same pixels whatever was drawn before.
+QImage drawPicture(Scene *scene, const QString &look, OffscreenContext *context,
+                   const QColor &background = Qt::black);
 
 } // namespace Test
 } // namespace Quorvel
