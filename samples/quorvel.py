@@ -88,8 +88,10 @@ def walls():
         bmesh.ops.triangle_fill(bm, edges=edges, use_beauty=True, normal=(0.0, -1.0, 0.0))
 
     solids.joined_mesh("back-wall", "wall", back_wall)
-    edge = [(NICHE_RADIUS + lip * (1.0 - math.sin(a)), lip * (math.cos(a) - 1.0))
-            for a in (math.pi * i / 8 for i in range(5))]
+    # Its first ring lies just behind the wall: the turned points do not fall on the hole's to the last bit.
+    edge = [(NICHE_RADIUS + lip + 0.002, -0.0003)]
+    edge += [(NICHE_RADIUS + lip * (1.0 - math.sin(a)), lip * (math.cos(a) - 1.0))
+             for a in (math.pi * i / 8 for i in range(5))]
     solids.lathe("niche-reveal", [*edge, (NICHE_RADIUS, -NICHE_DEPTH)], "brass", 96, centre, (90, 0, 0))
     back = [(part * NICHE_RADIUS, -NICHE_DEPTH) for part in (1.0, 0.75, 0.0)]
     solids.lathe("niche-back", back, "cream", 96, centre, (90, 0, 0))

@@ -144,7 +144,7 @@ void TestSamplePictures::firstViewShowsNoBackground_data()
         if (scene == QLatin1String("logo"))
             continue;
         for (const QSize &size : {QSize(640, 480), QSize(1280, 1024), QSize(1280, 800), QSize(1419, 946),
-                                  QSize(1366, 768), QSize(1920, 1080), QSize(1720, 720), QSize(2400, 1000)}) {
+                                  QSize(1366, 768), QSize(1920, 1080), QSize(1808, 757), QSize(2400, 1000)}) {
             QTest::addRow("%s %dx%d", qPrintable(scene), size.width(), size.height()) << scene << size;
         }
     }
