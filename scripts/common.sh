@@ -91,14 +91,14 @@ build() {
 }
 
 # start_screen <width>x<height>: starts a virtual screen with a window manager and points DISPLAY at it.
-# stop_screen ends both; it is called on exit.
+# stop_screen ends both; it is called on exit. The first start on a new system takes a while: it lists all fonts.
 start_screen() {
     local number_file
     number_file=$(mktemp)
     Xvfb -displayfd 3 -screen 0 "${1}x24" -dpi 96 -nolisten tcp 3>"$number_file" >/dev/null 2>&1 &
     screen_pid=$!
     trap stop_screen EXIT
-    for _ in $(seq 100); do
+    for _ in $(seq 600); do
         [ -s "$number_file" ] && break
         sleep 0.1
     done
@@ -108,7 +108,7 @@ start_screen() {
     rm -f "$number_file"
     openbox --sm-disable >/dev/null 2>&1 &
     window_manager_pid=$!
-    for _ in $(seq 100); do
+    for _ in $(seq 600); do
         xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && return
         sleep 0.1
     done
