@@ -1,5 +1,7 @@
 #include "JoinSessionDialog.h"
 
+#include "WindowSettings.h"
+
 #include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QGridLayout>
@@ -82,6 +84,8 @@ QString JoinSessionDialog::sessionNumber() const
 
 void JoinSessionDialog::store() const
 {
+    if (!WindowSettings::canBeStored())
+        return;
     QSettings settings(QCoreApplication::organizationName(), QCoreApplication::applicationName());
     settings.beginGroup(settingsGroup);
     settings.setValue(serverKey, server());

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFileInfo>
 
 namespace Quorvel
 {
@@ -19,6 +20,11 @@ WindowSettings::WindowSettings()
 {
 }
 
+bool WindowSettings::canBeStored()
+{
+    return qEnvironmentVariableIsSet("XDG_CONFIG_HOME") || QFileInfo(QDir::homePath()).isDir();
+}
+
 QSize WindowSettings::size() const
 {
     return m_settings.value(sizeKey, QSize(640, 480)).toSize();
@@ -26,7 +32,8 @@ QSize WindowSettings::size() const
 
 void WindowSettings::setSize(const QSize &size)
 {
-    m_settings.setValue(sizeKey, size);
+    if (canBeStored())
+        m_settings.setValue(sizeKey, size);
 }
 
 QString WindowSettings::lastDirectory() const
@@ -37,7 +44,8 @@ QString WindowSettings::lastDirectory() const
 
 void WindowSettings::setLastDirectory(const QString &directory)
 {
-    m_settings.setValue(directoryKey, directory);
+    if (canBeStored())
+        m_settings.setValue(directoryKey, directory);
 }
 
 } // namespace Quorvel

@@ -76,6 +76,7 @@ private slots:
     void mnemonicTogglesOnce();
     void zoomMoveAndRoll();
     void closingStoresTheSize();
+    void missingHomeIsNotMade();
 };
 
 void TestUsage::init()
@@ -294,6 +295,24 @@ void TestUsage::closingStoresTheSize()
     QVERIFY(Viewer::waitForWindow(startTitle));
     QTRY_COMPARE(Viewer::size(Viewer::window(startTitle)), QSize(640, 480));
     QCOMPARE(next.quit(), 0);
+}
+
+void TestUsage::missingHomeIsNotMade()
+{
+    const QTemporaryDir folder;
+    const QString home = folder.filePath(QStringLiteral("home"));
+    const QByteArray before = qgetenv("HOME");
+    const QByteArray settings = qgetenv("XDG_CONFIG_HOME");
+    qputenv("HOME", QFile::encodeName(home));
+    qunsetenv("XDG_CONFIG_HOME");
+    Viewer viewer({QStringLiteral("--open"), room});
+    qputenv("HOME", before);
+    if (!settings.isNull())
+        qputenv("XDG_CONFIG_HOME", settings);
+    QTRY_VERIFY_WITH_TIMEOUT(isOpen(QStringLiteral("room.dae")), startTimeout);
+    Viewer::close(windowOf(QStringLiteral("room.dae")));
+    QCOMPARE(viewer.exitCode(), 0);
+    QVERIFY(!QFile::exists(home));
 }
 
 int main(int argc, char *argv[])
