@@ -7,6 +7,7 @@
 #include <QMetaMethod>
 #include <QScreen>
 #include <QSettings>
+#include <QWindow>
 
 #include <thread>
 
@@ -52,6 +53,24 @@ bool isNear(const QColor &actual, const QColor &expected)
 
 } // namespace
 
+/// The parent that each native window had when it was last made.
+class SurfaceWatch : public QObject
+{
+public:
+    SurfaceWatch() { qApp->installEventFilter(this); }
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        const auto *const window = qobject_cast<QWindow *>(watched);
+        if (window && event->type() == QEvent::PlatformSurface &&
+            static_cast<QPlatformSurfaceEvent *>(event)->surfaceEventType() ==
+                QPlatformSurfaceEvent::SurfaceCreated)
+            lastCreated.insert(window, window->parent());
+        return false;
+    }
+
+    QHash<const QWindow *, const QWindow *> lastCreated;
+};
+
 class TestWindow : public QObject
 {
     Q_OBJECT
@@ -63,6 +82,7 @@ private slots:
     void beforeTheEngineIsUp();
     void engineStarts();
     void onlyTheSurfaceHasANativeWindow();
+    void surfacesWindowIsMadeInsideTheMainOne();
     void shadowsAreFlippedOn();
 
     void displayName_data();
@@ -166,6 +186,16 @@ void TestWindow::onlyTheSurfaceHasANativeWindow()
     QCOMPARE(others(), QStringList());
     window.view.showStartScreen();
     QCOMPARE(others(), QStringList());
+}
+
+void TestWindow::surfacesWindowIsMadeInsideTheMainOne()
+{
+    SurfaceWatch watch;
+    const MainView view;
+    const QWindow *const surface = view.pipeline()->windowHandle();
+    QVERIFY(surface);
+    QVERIFY(watch.lastCreated.contains(surface));
+    QCOMPARE(watch.lastCreated.value(surface), view.windowHandle());
 }
 
 void TestWindow::shadowsAreFlippedOn()
