@@ -1,6 +1,9 @@
-#include "LightMapMark.h"
+#include "WorkMark.h"
 
+#include <QFile>
 #include <QImageReader>
+
+#include <algorithm>
 
 namespace Quorvel
 {
@@ -10,6 +13,7 @@ namespace
 
 const QString markKey = QStringLiteral("Software");
 const QString programName = QStringLiteral("quorvel-bake ");
+const char *const sceneMarkBegin = "<!-- made by quorvel-bake ";
 
 } // namespace
 
@@ -21,6 +25,19 @@ void markLightMap(QImage *image)
 bool isMarkedLightMap(const QString &path)
 {
     return QImageReader(path, "png").text(markKey).startsWith(programName);
+}
+
+QByteArray sceneMark()
+{
+    return sceneMarkBegin + QByteArray(QUORVEL_VERSION " -->\n");
+}
+
+bool isMarkedScene(const QString &path)
+{
+    constexpr qint64 end = 128;
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && file.seek(std::max<qint64>(0, file.size() - end)) &&
+           file.readAll().contains(sceneMarkBegin);
 }
 
 } // namespace Quorvel

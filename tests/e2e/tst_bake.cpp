@@ -358,8 +358,17 @@ void TestBake::copyOfAnotherHandStays()
     QVERIFY2(refused.err.contains("two-lit.dae: this file is there already"), qPrintable(refused.err));
     QCOMPARE(contents(path("two-lit.dae")), QByteArray("a day's work"));
     QCOMPARE(bake(QStringList("--force") + quick).status, 0);
-    QVERIFY(contents(path("two-lit.dae")).contains("COLLADA"));
+    const QByteArray copy = contents(path("two-lit.dae"));
+    QVERIFY(copy.contains("COLLADA") && copy.endsWith("<!-- made by quorvel-bake " QUORVEL_VERSION " -->\n"));
     QCOMPARE(bake(quick).status, 0);
+    QCOMPARE(contents(path("two-lit.dae")), copy);
+
+    // A scene of that name is not the program's work because its light map is.
+    const QByteArray own = twoSquares() + "<!-- by hand -->";
+    write("two-lit.dae", own);
+    QCOMPARE(bake({"--size", "64", "--samples", "1", "two-lit.dae"}).status, 0);
+    QCOMPARE(bake(quick).status, 2);
+    QCOMPARE(contents(path("two-lit.dae")), own);
 }
 
 void TestBake::signalLeavesNothingBehind_data()

@@ -285,6 +285,21 @@ void TestRender::pictureIsNoLightMap()
     QVERIFY(!QFile::exists(scene + ".png"));
     QCOMPARE(run(QStringList("--force") + trap).status, 0);
     QVERIFY(QFile::exists(scene + ".png"));
+
+    // Nor is it that of a scene beside it.
+    const QString other = writeScene("other.dae");
+    QCOMPARE(run({scene, other + ".png"}).status, 2);
+    QVERIFY(!QFile::exists(other + ".png"));
+    // What was baked stays, under whichever name.
+    QImage map(4, 4, QImage::Format_RGB888);
+    map.fill(Qt::red);
+    map.setText("Software", "quorvel-bake 0.9");
+    QVERIFY(map.save(path("kept.png")));
+    const QByteArray before = contents(path("kept.png"));
+    QCOMPARE(run({scene, path("kept.png")}).status, 2);
+    QCOMPARE(contents(path("kept.png")), before);
+    QCOMPARE(run({"--force", scene, path("kept.png")}).status, 0);
+    QVERIFY(contents(path("kept.png")) != before);
 }
 
 void TestRender::failingSceneDoesNotTakeTheOthersAlong()

@@ -9,6 +9,7 @@
 #include "Scene.h"
 #include "SceneRewriter.h"
 #include "Trimesh.h"
+#include "WorkMark.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -61,7 +62,7 @@ bool writeAtlasScene(const QString &scenePath, const QString &copyPath, const At
     QElapsedTimer timer;
     QFile file(scenePath);
     if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("%1: the file cannot be read (%2)").arg(scenePath, file.errorString());
+        *error = QStringLiteral("the file cannot be read (%1)").arg(file.errorString());
         return false;
     }
     Scene scene;
@@ -69,23 +70,23 @@ bool writeAtlasScene(const QString &scenePath, const QString &copyPath, const At
     timer.start();
     SceneRewriter rewriter(file.readAll(), scene);
     if (!rewriter.error().isEmpty()) {
-        *error = QStringLiteral("%1: the file %2").arg(scenePath, rewriter.error());
+        *error = QStringLiteral("the file %1").arg(rewriter.error());
         return false;
     }
     const AtlasMesh mesh(rewriter.nodes());
     const Atlas atlas(mesh, options.size, options.padding);
     if (!atlas.fits()) {
-        *error = QStringLiteral(
-                     "%1: %2 charts do not fit into %3 x %3 texels with a padding of %4: choose a larger "
-                     "size or less padding")
-                     .arg(scenePath)
-                     .arg(atlas.chartCount())
-                     .arg(options.size)
-                     .arg(options.padding);
+        *error =
+            QStringLiteral("%1 charts do not fit into %2 x %2 texels with a padding of %3: choose a larger "
+                           "size or less padding")
+                .arg(atlas.chartCount())
+                .arg(options.size)
+                .arg(options.padding);
         return false;
     }
     const QByteArray text =
-        rewriter.rewritten(dealOut(atlas.coordinates(), rewriter.nodes()), decimalsFor(options.size));
+        rewriter.rewritten(dealOut(atlas.coordinates(), rewriter.nodes()), decimalsFor(options.size)) +
+        sceneMark();
     if (summary) {
         summary->triangles = int(mesh.triangles().size());
         summary->charts = atlas.chartCount();
@@ -96,7 +97,7 @@ bool writeAtlasScene(const QString &scenePath, const QString &copyPath, const At
     QString reason;
     if (writeOutput(copyPath, text, &reason))
         return true;
-    *error = QStringLiteral("%1: the copy cannot be written (%2)").arg(copyPath, reason);
+    *error = QStringLiteral("the copy %1 cannot be written (%2)").arg(copyPath, reason);
     return false;
 }
 

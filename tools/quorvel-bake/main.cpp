@@ -5,12 +5,12 @@
 #include "ExitStatus.h"
 #include "FatalExplanation.h"
 #include "LightMapBake.h"
-#include "LightMapMark.h"
 #include "OutputFile.h"
 #include "PictureFile.h"
 #include "ProgressLine.h"
 #include "Scene.h"
 #include "StandardInput.h"
+#include "WorkMark.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -158,18 +158,16 @@ bool canWriteOutputs(const BakeOptions &options, QString *complaint)
     return true;
 }
 
-/// What stands where a file is to be written and may be a person's own work; empty when nothing is lost. The
-/// copy of a scene cannot be marked: it is taken for the program's own where its light map is.
+/// What stands where a file is to be written and may be a person's own work; empty when nothing is lost.
 QString foreignFile(const BakeOptions &options)
 {
     const auto holdsSomething = [](const QString &path) {
         return !path.isEmpty() && isFileOutput(path) && QFileInfo(path).size() > 0;
     };
-    const bool isOwn = isFileOutput(options.output) && isMarkedLightMap(options.output);
-    for (const QString &path : {options.output, options.copy}) {
-        if (holdsSomething(path) && !isOwn)
-            return path;
-    }
+    if (holdsSomething(options.output) && !isMarkedLightMap(options.output))
+        return options.output;
+    if (holdsSomething(options.copy) && !isMarkedScene(options.copy))
+        return options.copy;
     return QString();
 }
 

@@ -5,6 +5,7 @@
 #include "OutputFile.h"
 #include "PictureFile.h"
 #include "StandardInput.h"
+#include "WorkMark.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -191,6 +192,17 @@ bool placeAll(const QStringList &scenes, RenderOptions *options, QString *error)
     return error->isEmpty();
 }
 
+/// The scene that would take the picture for its light map; empty if there is none.
+QString sceneLitBy(const QString &output)
+{
+    if (!output.endsWith(QLatin1String(".png")))
+        return QString();
+    const QFileInfo scene(output.chopped(4));
+    const QString extension = scene.suffix().toLower();
+    const bool isScene = extension == QLatin1String("dae") || extension == QLatin1String("xml");
+    return isScene && scene.isFile() ? scene.filePath() : QString();
+}
+
 /// That no picture replaces a scene, or is shown as the light of one the next time.
 bool checkOutputs(const RenderOptions &options, bool force, QString *error)
 {
@@ -204,13 +216,18 @@ bool checkOutputs(const RenderOptions &options, bool force, QString *error)
         if (!isFileOutput(job.output))
             continue;
         const QString identity = fileIdentity(job.output);
+        const QString lit = sceneOfLightMap.value(identity, sceneLitBy(job.output));
         if (scenes.contains(identity))
             *error = QStringLiteral("%1: this would replace the scene itself").arg(job.output);
-        else if (!force && sceneOfLightMap.contains(identity))
+        else if (!force && !lit.isEmpty())
             *error =
                 QStringLiteral("%1: this name is that of the light map of %2, which the picture would be "
                                "taken for: choose another one, or --force")
-                    .arg(job.output, sceneOfLightMap.value(identity));
+                    .arg(job.output, lit);
+        else if (!force && isMarkedLightMap(job.output))
+            *error = QStringLiteral("%1: this is a light map that quorvel-bake made: choose another name, or "
+                                    "--force")
+                         .arg(job.output);
     }
     return error->isEmpty();
 }
