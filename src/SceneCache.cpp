@@ -181,8 +181,13 @@ void SceneCache::save(const Scene &scene, const QString &key) const
         return;
     QDir().mkpath(m_localDirectory);
     EarlyWrittenFile file(localPath(key));
-    if (!file.open(QIODevice::WriteOnly))
+    if (!file.open(QIODevice::WriteOnly)) {
+        // Of the folder that is there by default nobody has asked to hear.
+        if (!qEnvironmentVariableIsEmpty("QUORVEL_CACHE"))
+            qWarning("SceneCache: converted scenes cannot be kept in %s (QUORVEL_CACHE): %s",
+                     qPrintable(m_localDirectory), qPrintable(file.errorString()));
         return;
+    }
     QDataStream stream(&file);
     scene.save(stream);
     file.commit();

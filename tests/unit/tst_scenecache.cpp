@@ -36,6 +36,7 @@ private slots:
     void directories_data();
     void directories();
     void directoryOfTheVariableIsMade();
+    void directoryThatCannotBeMadeIsSaid();
     void offNeitherReadsNorWrites();
     void homeIsNotMade();
 
@@ -357,6 +358,20 @@ void TestSceneCache::directoryOfTheVariableIsMade()
     QCOMPARE(QDir(path("some/where")).entryList(QDir::Files).size(), 1);
     QCOMPARE(loadStandard().first(), QStringLiteral("ColladaLoader: loading from local cache"));
     QVERIFY(!QFile::exists(path("home/.quorvel")));
+}
+
+void TestSceneCache::directoryThatCannotBeMadeIsSaid()
+{
+    write(path("file"), "in the way");
+    qputenv("QUORVEL_CACHE", QFile::encodeName(path("file/cache")));
+    const QStringList said = loadStandard().filter(QStringLiteral("converted scenes cannot be kept in"));
+    QCOMPARE(said.size(), 1);
+    QVERIFY2(said.first().contains(path("file/cache")), qPrintable(said.first()));
+
+    // Nobody has asked for the folder in the home.
+    qunsetenv("QUORVEL_CACHE");
+    write(path("home/.quorvel"), "in the way");
+    QCOMPARE(loadStandard().filter(QStringLiteral("cannot be kept")), QStringList());
 }
 
 void TestSceneCache::offNeitherReadsNorWrites()
