@@ -1,15 +1,13 @@
 #include "JoinSessionDialog.h"
 
-#include "WindowSettings.h"
+#include "Settings.h"
 
-#include <QCoreApplication>
 #include <QDialogButtonBox>
 #include <QGridLayout>
 #include <QIntValidator>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QSettings>
 
 namespace Quorvel
 {
@@ -17,9 +15,8 @@ namespace Quorvel
 namespace
 {
 
-const QString settingsGroup = QStringLiteral("SharedSessions");
-const QString serverKey = QStringLiteral("server");
-const QString userNameKey = QStringLiteral("username");
+const QString serverKey = QStringLiteral("SharedSessions/server");
+const QString userNameKey = QStringLiteral("SharedSessions/username");
 
 constexpr int firstSession = 11111;
 constexpr int lastSession = 99999;
@@ -33,11 +30,9 @@ JoinSessionDialog::JoinSessionDialog(QWidget *view)
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
 
-    QSettings settings(QCoreApplication::organizationName(), QCoreApplication::applicationName());
-    settings.beginGroup(settingsGroup);
+    const Settings settings;
     m_server = new QLineEdit(settings.value(serverKey, QStringLiteral("localhost")).toString());
     m_userName = new QLineEdit(settings.value(userNameKey, QStringLiteral("quest")).toString());
-    settings.endGroup();
     m_sessionNumber = new QLineEdit(QString::number(firstSession));
     auto *validator = new QIntValidator(firstSession, lastSession, view);
     connect(this, &QObject::destroyed, validator, &QObject::deleteLater);
@@ -84,10 +79,7 @@ QString JoinSessionDialog::sessionNumber() const
 
 void JoinSessionDialog::store() const
 {
-    if (!WindowSettings::canBeStored())
-        return;
-    QSettings settings(QCoreApplication::organizationName(), QCoreApplication::applicationName());
-    settings.beginGroup(settingsGroup);
+    Settings settings;
     settings.setValue(serverKey, server());
     settings.setValue(userNameKey, userName());
 }

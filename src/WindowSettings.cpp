@@ -1,8 +1,6 @@
 #include "WindowSettings.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QFileInfo>
 
 namespace Quorvel
 {
@@ -15,16 +13,6 @@ const QString directoryKey = QStringLiteral("MainWindow/lastDirectory");
 
 } // namespace
 
-WindowSettings::WindowSettings()
-    : m_settings(QCoreApplication::organizationName(), QCoreApplication::applicationName())
-{
-}
-
-bool WindowSettings::canBeStored()
-{
-    return qEnvironmentVariableIsSet("XDG_CONFIG_HOME") || QFileInfo(QDir::homePath()).isDir();
-}
-
 QSize WindowSettings::size() const
 {
     return m_settings.value(sizeKey, QSize(640, 480)).toSize();
@@ -32,8 +20,7 @@ QSize WindowSettings::size() const
 
 void WindowSettings::setSize(const QSize &size)
 {
-    if (canBeStored())
-        m_settings.setValue(sizeKey, size);
+    m_settings.setValue(sizeKey, size);
 }
 
 QString WindowSettings::lastDirectory() const
@@ -44,8 +31,7 @@ QString WindowSettings::lastDirectory() const
 
 void WindowSettings::setLastDirectory(const QString &directory)
 {
-    if (canBeStored())
-        m_settings.setValue(directoryKey, directory);
+    m_settings.setValue(directoryKey, directory);
 }
 
 } // namespace Quorvel
