@@ -17,6 +17,7 @@ public:
     /// Both may be called in any state.
     void begin();
     void end();
+    bool isRunning() const { return m_running; }
 
 private:
     bool m_running = false;

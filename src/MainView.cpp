@@ -215,7 +215,6 @@ void MainView::openScene(const QString &filename)
     setWindowTitle(QStringLiteral("Quorvel"));
     m_statusLine->show(QStringLiteral("Loading %1 ...").arg(displayName(filename)));
     m_loadIndicator->begin();
-    m_isLoading = true;
     m_loaderThread.load(filename);
 }
 
@@ -234,10 +233,14 @@ void MainView::openScene()
     openScene(filename);
 }
 
+bool MainView::isLoading() const
+{
+    return m_loadIndicator->isRunning();
+}
+
 void MainView::sceneLoadCompleted(Scene *scene)
 {
     m_loadIndicator->end();
-    m_isLoading = false;
     if (!isVisible()) {
         delete scene;
         return;

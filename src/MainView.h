@@ -57,7 +57,7 @@ public:
     static QString displayName(const QString &filename);
 
     /// Whether a load has begun whose scene has not come in.
-    bool isLoading() const { return m_isLoading; }
+    bool isLoading() const;
 
     /// Calls back when the engine has come up and the start screen is there. For one caller, before that.
     void whenEngineIsUp(const std::function<void()> &callback) { m_engineIsUp = callback; }
@@ -149,7 +149,6 @@ private:
     MouseMode m_mouseMode;
     EngineStart m_engineStart = EngineStart::Waiting;
     std::function<void()> m_engineIsUp;
-    bool m_isLoading = false;
     StatusLine *const m_statusLine;
     LoadIndicator *m_loadIndicator = nullptr;
     JoinQuestions m_joinQuestions;

@@ -32,8 +32,8 @@ public:
     bool load(Scene *scene, const QString &key) const;
 
     /// Stores a complete scene in the local directory, which is made where it is missing. The file appears
-    /// whole or not at all; a failure leaves the cache as it was and is not reported,
-    /// except where QUORVEL_CACHE names a folder that cannot be made or written.
+    /// whole or not at all; a failure leaves the cache as it was and is not reported, except where
+    /// QUORVEL_CACHE names a folder that cannot be made or written.
     void save(const Scene &scene, const QString &key) const;
 
 private:

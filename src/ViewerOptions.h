@@ -30,8 +30,8 @@ struct ViewerOptions
     QString platform;
 };
 
-/// Reads a command line, the program's name first. The toolkit's own options are passed over, so it may be
-/// asked before and after an application object has taken them out.
+/// Reads a command line, the program's name first, before an application object has taken out the toolkit's
+/// own options: these are passed over.
 ViewerOptions parseViewerOptions(const QStringList &arguments);
 
 /// Prints the help text and ends the program. Needs an application object; with all options, a QApplication.
