@@ -1,10 +1,10 @@
 #include "StandardInput.h"
 
+#include <QFile>
 #include <QStringList>
 
 #include <cerrno>
 #include <cstring>
-#include <vector>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -15,22 +15,20 @@ namespace Quorvel
 namespace
 {
 
-bool copyToEnd(int from, int to)
+bool copyToEnd(int from, int to, QString *error)
 {
-    std::vector<char> buffer(1 << 16);
-    for (;;) {
-        const ssize_t count = read(from, buffer.data(), buffer.size());
-        if (count == 0)
+    QFile source;
+    QFile copy;
+    bool goesOn = source.open(from, QIODevice::ReadOnly | QIODevice::Unbuffered) &&
+                  copy.open(to, QIODevice::WriteOnly | QIODevice::Unbuffered);
+    while (goesOn) {
+        const QByteArray part = source.read(1 << 16);
+        if (part.isEmpty() && source.error() == QFileDevice::NoError)
             return true;
-        if (count < 0 && errno != EINTR)
-            return false;
-        for (ssize_t done = 0; done < count;) {
-            const ssize_t written = write(to, buffer.data() + done, size_t(count - done));
-            if (written < 0 && errno != EINTR)
-                return false;
-            done += qMax<ssize_t>(written, 0);
-        }
+        goesOn = !part.isEmpty() && copy.write(part) == part.size();
     }
+    *error = source.error() != QFileDevice::NoError ? source.errorString() : copy.errorString();
+    return false;
 }
 
 } // namespace
@@ -46,10 +44,9 @@ bool holdStandardInput(QString *path, QString *error)
 {
     // A pipe can be read once only, and one of another user's cannot be opened by its name at all.
     const int memory = memfd_create("scene", MFD_CLOEXEC);
+    *error = QString::fromLocal8Bit(std::strerror(errno));
     const bool held =
-        memory >= 0 && copyToEnd(STDIN_FILENO, memory) && dup2(memory, STDIN_FILENO) == STDIN_FILENO;
-    if (!held)
-        *error = QString::fromLocal8Bit(std::strerror(errno));
+        memory >= 0 && copyToEnd(STDIN_FILENO, memory, error) && dup2(memory, STDIN_FILENO) == STDIN_FILENO;
     if (memory >= 0)
         close(memory);
     *path = QStringLiteral("/dev/stdin");
