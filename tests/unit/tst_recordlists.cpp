@@ -41,25 +41,28 @@ QVector<QVector3D> vectors(int count, int seed)
     return list;
 }
 
-template <typename List>
-QByteArray written(const List &list)
+/// The bytes that `write` puts into a stream of a record.
+template <typename Write>
+QByteArray bytesOf(Write write)
 {
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     RecordStream::pin(stream);
-    RecordStream::writeList(stream, list);
+    write(stream);
     return bytes;
+}
+
+template <typename List>
+QByteArray written(const List &list)
+{
+    return bytesOf([&list](QDataStream &stream) { RecordStream::writeList(stream, list); });
 }
 
 /// The same by the toolkit's operator for each element.
 template <typename List>
 QByteArray writtenByTheToolkit(const List &list)
 {
-    QByteArray bytes;
-    QDataStream stream(&bytes, QIODevice::WriteOnly);
-    RecordStream::pin(stream);
-    stream << list;
-    return bytes;
+    return bytesOf([&list](QDataStream &stream) { stream << list; });
 }
 
 /// Reads a list in front of other data, which must be left.
