@@ -9,7 +9,6 @@
 #include "Trimesh.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace Quorvel
 {
